@@ -1,0 +1,34 @@
+# The few commands that everybody needs; CMake does the work (see CMakePresets.json for more).
+.PHONY: all build run test bench asan tsan debug format packages clean
+.DEFAULT_GOAL := build
+
+packages:
+	@scripts/install-packages.sh
+
+# Library, drivers, command line and examples: build/release/bin/qxsql
+build: packages
+	@cmake --preset release -DQX_BUILD_TESTS=OFF -DQX_BUILD_BENCHMARKS=OFF
+	@cmake --build --preset release
+
+# The main job on the embedded database and the bundled sample
+run: build
+	@scripts/run-sample.sh build/release
+
+# All tests
+test: packages
+	@scripts/run-tests.sh release
+
+asan tsan debug: packages
+	@scripts/run-tests.sh $@
+
+# Each figure as a ratio to its floor, measured in the same run
+bench: packages
+	@cmake --preset release -DQX_BUILD_TESTS=OFF -DQX_BUILD_BENCHMARKS=ON
+	@cmake --build --preset release
+	@build/release/bin/qxbench
+
+format:
+	@git ls-files '*.h' '*.cpp' | xargs clang-format -i
+
+clean:
+	rm -rf build

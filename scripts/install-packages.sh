@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Installs, by package name, what building and testing need and is missing. On a machine where all is
+# installed it only asks dpkg and never touches the package manager.
+set -euo pipefail
+
+packages=(
+    g++ make cmake ninja-build ccache
+    libloki-dev libboost-dev libsqlite3-dev libcli11-dev
+    libgtest-dev libgmock-dev libbenchmark-dev
+    sqlite3 python3
+)
+
+missing=()
+for package in "${packages[@]}"; do
+    status=$(dpkg-query -W -f='${Status}' "$package" 2>/dev/null || true)
+    [ "$status" = "install ok installed" ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+echo "Installing: ${missing[*]}" >&2
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { echo "Run as root, or install sudo, to get: ${missing[*]}" >&2; exit 1; }
+    as_root=(sudo)
+fi
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update -qq
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
