@@ -1,0 +1,11 @@
+if(WIN32)
+  set(os_folder os/win32)
+else()
+  set(os_folder os/posix)
+endif()
+list(APPEND PLATFORM_SOURCES
+  os/com_error.cpp
+  os/debug_output.cpp
+  os/variant.cpp
+  ${os_folder}/file_mapping.cpp
+  ${os_folder}/user_locale.cpp)

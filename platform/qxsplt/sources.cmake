@@ -1,0 +1,3 @@
+list(APPEND PLATFORM_SOURCES
+  qxsplt/error_record.cpp
+  qxsplt/errors.cpp)
