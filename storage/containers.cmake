@@ -1,0 +1,14 @@
+# The results container, its handle and the sort.
+list(APPEND STORAGE_SOURCES
+  append_only_results_storage.cpp
+  append_only_results_storage_sort.cpp
+  complex_type.cpp
+  data_container.cpp
+  data_edit.cpp
+  data_storage.cpp
+  main_index.cpp
+  null_indicator.cpp
+  row_iterator.cpp
+  row_lock.cpp
+  row_sorter.cpp
+  sort_key.cpp)

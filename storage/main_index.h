@@ -1,0 +1,45 @@
+// The order of rows in editable results.
+#pragma once
+
+#include "storage/storage_base.h"
+
+namespace qxdbsqlengine {
+
+// Position is the logical row, the item the physical row, that is the item number in the columns. Physical
+// rows of deleted rows are used again, the smallest first, since columns of editable results can be
+// overwritten. No lock of its own.
+//
+// Invariant: `nextOpen` is -1 or the smallest physical row, among all that were ever handed out, that is not
+// in the array.
+class MainIndex : public StorageBase<int, int, 65536> {
+  public:
+    explicit MainIndex(StorageAlloc<65536>& allocator);
+
+    int Size() const;
+    // The physical row at `pos`; the shared zero item when out of range. Valid until the next call.
+    int& GetMappedValue(const int& pos);
+    // The first position of `physical`, Size() when it is not there. Linear.
+    int FindValue(const int& physical);
+
+    // Appends a row and returns its physical row: the smallest free one, else a new one.
+    int AddRow();
+    // The same, at position `pos` (0 to Size()); later rows move up.
+    int InsertRow(int pos);
+    // Takes position `pos` (0 to Size() - 1) out; later rows move down. Returns the physical row, now free.
+    int DeleteRow(const int& pos);
+
+    // True when the last AddRow or InsertRow handed out a physical row that the columns do not have yet.
+    bool ValueInserted() const { return valueInserted; }
+
+  protected:
+    // Moves `nextOpen` from the row just reused to the next free one, -1 when there is none.
+    void CalcNextOpen();
+
+  private:
+    StorageAlloc<65536>& alloc;
+    int nextOpen;
+    bool valueInserted;
+    int physicalRows;  // how many physical rows were ever handed out
+};
+
+}  // namespace qxdbsqlengine
