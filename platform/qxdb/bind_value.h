@@ -21,8 +21,8 @@ class BindValueImpl;
 template <class Char>
 class BasicFixedString {
   public:
-    BasicFixedString(std::basic_string<Char>& text, int capacity, int reserve)
-        : text(&text), capacity(capacity), reserve(reserve) {}
+    BasicFixedString(std::basic_string<Char>& buffer, int maximum, int reserved)
+        : text(&buffer), capacity(maximum), reserve(reserved) {}
     std::basic_string<Char>& Text() { return *text; }
     int Capacity() const { return capacity; }
 
@@ -35,7 +35,8 @@ class BasicFixedString {
 // Refers to a Decimal that the caller keeps until the statement has run; precision and scale -1: its own.
 class QXSENG2_API FixedDecimal {
   public:
-    FixedDecimal(Decimal& value, int precision, int scale) : value(&value), precision(precision), scale(scale) {}
+    FixedDecimal(Decimal& decimal, int digits, int fraction)
+        : value(&decimal), precision(digits), scale(fraction) {}
     Decimal& Value() { return *value; }
     int Precision() const { return precision; }
     int Scale() const { return scale; }

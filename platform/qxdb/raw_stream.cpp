@@ -1,0 +1,7 @@
+#include "platform/qxdb/raw_stream.h"
+
+namespace qxdb {
+
+RawStream::~RawStream() = default;
+
+}  // namespace qxdb
