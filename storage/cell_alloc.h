@@ -1,0 +1,50 @@
+// A heap of 128-byte cells in pages, for small variable records that can be freed again.
+//
+// Page layout (private, exact):
+//   0-63    16 little-endian 32-bit words of free bitmap: bit n mod 32 of word n / 32 set means cell n is
+//   free.
+//           Bit 31 of word 15 is always 0: there are 511 cells, 0 to 510.
+//   64-127  unused
+//   128-..  cell n at byte (n + 1) * 128
+// A cell id is page * 511 + n.
+//
+// Not thread-safe: the owning container serialises all use. An address is valid until the next operation on
+// anything of the same container.
+#pragma once
+
+#include <deque>
+
+#include "platform/export.h"
+#include "storage/storage_base.h"
+
+namespace qxdbsqlengine {
+
+class QXSENG2_API CellAlloc {
+  public:
+    static constexpr int kCellBytes = 128;
+    static constexpr int kCellsPerPage = 511;
+
+    // The allocator must outlive the heap.
+    explicit CellAlloc(PageAlloc& pageAlloc);
+    CellAlloc(const CellAlloc&) = delete;
+    CellAlloc& operator=(const CellAlloc&) = delete;
+    // Gives all pages back.
+    ~CellAlloc();
+
+    // Stores the id of a free cell in `id` and returns its address; the content is unspecified. The lowest
+    // free cell of the lowest page is taken. Throws std::bad_alloc; nothing is then allocated.
+    void* Allocate(int& id);
+    // REQUIRES: the cell is allocated.
+    void* GetCell(int id);
+    // A page whose last used cell goes is given back. REQUIRES: the cell is allocated.
+    void Free(int id);
+
+  private:
+    void NewPage(AllocBlock& page);
+
+    int searchStart = 0;  // the lowest page that may hold a free cell
+    std::deque<AllocBlock> pages;
+    PageAlloc& alloc;
+};
+
+}  // namespace qxdbsqlengine

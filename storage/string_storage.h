@@ -1,0 +1,51 @@
+// Append-only columns of texts.
+#pragma once
+
+#include <string>
+
+#include "platform/export.h"
+#include "storage/column_set_storage.h"
+#include "storage/var_length_storage.h"
+
+namespace qxdbsqlengine {
+
+class QXSENG2_API StringStorage : public ColumnSetStorage {
+  public:
+    explicit StringStorage(PageAlloc& alloc) : values(alloc) {}
+    ~StringStorage() override;
+
+    std::string AsString(int row) override { return values.Read(row); }
+    const char* GetDataTimeFormat() override { return nullptr; }
+    // The stored text; the locale is not used.
+    std::string AsString(int row, const std::locale& locale) override { return values.Read(row); }
+    void InsertString(const std::string& value) override { values.Append(value.data(), value.size()); }
+    void InsertEmpty() override { values.Append(nullptr, 0); }
+    // The natural comparison, with the caller's option.
+    int CompareItems(int row1, int row2, int option) override;
+    bool EqualsString(int row, const std::string& text) override { return values.Equals(row, text); }
+    EnumDataType GetDataType() override { return DataTypeString; }
+    int GetLargestColumnSize(std::locale& locale, LargestColumnItemCallback& callback) override;
+    AlignHint GetAlignHint() override { return AlignLeft; }
+    void AppendString(int row, const CellFormat& format, std::string& out) override {
+        values.ReadAppend(row, out);
+    }
+    std::string_view ViewString(int row, const CellFormat& format, std::string& scratch) override {
+        return values.View(row, scratch);
+    }
+    void PutSortKeys(SortKeySink& sink) override;
+    void AppendSortKey(int row, SortKeyPosition& position, std::size_t maxBytes, std::string& out) override;
+
+  private:
+    VarLengthStorage values;
+};
+
+// Values of named (object) types, held as their rendered text.
+class QXSENG2_API NamedTypeStorage : public StringStorage {
+  public:
+    explicit NamedTypeStorage(PageAlloc& alloc) : StringStorage(alloc) {}
+    ~NamedTypeStorage() override;
+
+    EnumDataType GetDataType() override { return DataTypeNamedType; }
+};
+
+}  // namespace qxdbsqlengine
