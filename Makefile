@@ -7,8 +7,8 @@ packages:
 
 # Library, drivers, command line and examples: build/release/bin/qxsql
 build: packages
-	@cmake --preset release -DQX_BUILD_TESTS=OFF -DQX_BUILD_BENCHMARKS=OFF
-	@cmake --build --preset release
+	@cmake --preset release > /dev/null
+	@cmake --build --preset release --target products
 
 # The main job on the embedded database and the bundled sample
 run: build
@@ -23,8 +23,8 @@ asan tsan debug: packages
 
 # Each figure as a ratio to its floor, measured in the same run
 bench: packages
-	@cmake --preset release -DQX_BUILD_TESTS=OFF -DQX_BUILD_BENCHMARKS=ON
-	@cmake --build --preset release
+	@cmake --preset release > /dev/null
+	@cmake --build --preset release --target qxbench
 	@build/release/bin/qxbench
 
 format:

@@ -4,6 +4,6 @@ set -euo pipefail
 preset=${1:?preset}
 cd "$(dirname "$0")/.."
 jobs=$(nproc)
-cmake --preset "$preset" -DQX_BUILD_TESTS=ON
+cmake --preset "$preset"
 cmake --build --preset "$preset" --parallel "$jobs"
 exec ctest --preset "$preset" --parallel "$jobs" --no-tests=error

@@ -1,0 +1,154 @@
+#include "tools/qxsql/table_view.h"
+
+#include <algorithm>
+#include <iterator>
+#include <ostream>
+
+#include "storage/cell_format.h"
+#include "storage/cell_sink.h"
+#include "tools/qxsql/terminal.h"
+
+namespace qxsql {
+
+using qxdbsqlengine::CellFormat;
+
+namespace {
+
+constexpr int Gap = 2;           // blanks between two columns
+constexpr int NarrowestCut = 8;  // columns are not cut below this while others are wider
+
+// Hands each cell of a row to a function object.
+template <class Function>
+class CellCall : public qxdbsqlengine::CellSink {
+  public:
+    explicit CellCall(Function function) : function(std::move(function)) {}
+    void OnCell(int position, bool, std::string_view text) override { function(position, text); }
+
+  private:
+    Function function;
+};
+
+}  // namespace
+
+std::vector<int> SelectColumns(const std::vector<int>& wanted, int count) {
+    std::vector<int> selected;
+    if (wanted.empty()) {
+        for (int i = 0; i < count; ++i)
+            selected.push_back(i);
+        return selected;
+    }
+    std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(selected),
+                 [count](int column) { return column >= 0 && column < count; });
+    return selected;
+}
+
+TableView::TableView(qxdbsqlengine::DataStorage& store, int resultSet, const std::vector<int>& wanted,
+                     bool headers, int screenWidth)
+    : store(store), resultSet(resultSet), headers(headers), screenWidth(screenWidth) {
+    numbers = SelectColumns(wanted, store.GetNumberOfColumns(resultSet));
+    for (const int number : numbers) {
+        const bool right = store.GetAlignHint(resultSet, number) == qxdbsqlengine::AlignRight;
+        const std::string label = store.GetColumnLabel(resultSet, number);
+        columns.push_back({number, label, right, headers ? std::max(1, DisplayWidth(label)) : 1});
+    }
+}
+
+void TableView::Measure(int rows) {
+    CellCall sink([this](int position, std::string_view text) {
+        int& width = columns[position].width;
+        // A text is never wider than its bytes; what is wider than the screen is cut anyway.
+        if (static_cast<int>(std::min<std::size_t>(text.size(), 1U << 20U)) > width)
+            width = std::max(width, DisplayWidth(text.substr(0, 4 * static_cast<std::size_t>(screenWidth))));
+    });
+    for (int row = 0; row < std::min(rows, SampleRows); ++row) {
+        store.VisitRow(resultSet, row, numbers.data(), static_cast<int>(numbers.size()), CellFormat::Classic(),
+                       sink);
+    }
+    FitToScreen();
+    measured = true;
+}
+
+void TableView::FitToScreen() {
+    const auto total = [this] {
+        int sum = Gap * (static_cast<int>(columns.size()) - 1);
+        for (const ShownColumn& column : columns)
+            sum += column.width;
+        return sum;
+    };
+    // Take from the widest columns until the table fits or nothing sensible is left to take.
+    for (int excess = total() - screenWidth; excess > 0; excess = total() - screenWidth) {
+        const auto widest =
+            std::max_element(columns.begin(), columns.end(),
+                             [](const ShownColumn& a, const ShownColumn& b) { return a.width < b.width; });
+        int second = NarrowestCut;
+        for (auto column = columns.begin(); column != columns.end(); ++column) {
+            if (column != widest)
+                second = std::max(second, column->width);
+        }
+        const int target = std::max(std::min(second, widest->width - 1), widest->width - excess);
+        if (target < NarrowestCut)
+            return;
+        widest->width = target;
+    }
+}
+
+void TableView::AppendCell(std::string& line, const ShownColumn& column, std::string_view text,
+                           bool last) const {
+    if (!column.right) {
+        const int taken = AppendFitted(line, text, column.width);
+        if (!last)
+            line.append(static_cast<std::size_t>(column.width - taken), ' ');
+        return;
+    }
+    const std::size_t begin = line.size();
+    const int taken = AppendFitted(line, text, column.width);
+    line.insert(begin, static_cast<std::size_t>(column.width - taken), ' ');
+}
+
+void TableView::PrintHeadings(std::ostream& out) const {
+    std::string labels;
+    std::string rule;
+    for (std::size_t i = 0; i < columns.size(); ++i) {
+        if (i > 0) {
+            labels.append(Gap, ' ');
+            rule.append(Gap, ' ');
+        }
+        AppendCell(labels, columns[i], columns[i].label, i + 1 == columns.size());
+        rule.append(static_cast<std::size_t>(columns[i].width), '-');
+    }
+    std::string fitted;
+    AppendFitted(fitted, labels, screenWidth);
+    out << fitted << '\n' << rule.substr(0, static_cast<std::size_t>(screenWidth)) << '\n';
+}
+
+void TableView::Print(std::ostream& out, int end) {
+    if (!measured) {
+        Measure(end);
+        if (headers && !columns.empty())
+            PrintHeadings(out);
+    }
+    std::string line;
+    std::string fitted;
+    CellCall sink([&](int position, std::string_view text) {
+        if (position > 0)
+            line.append(Gap, ' ');
+        AppendCell(line, columns[position], text, position + 1 == static_cast<int>(columns.size()));
+    });
+    int width = Gap * (static_cast<int>(columns.size()) - 1);
+    for (const ShownColumn& column : columns)
+        width += column.width;
+    for (; printed < end; ++printed) {
+        line.clear();
+        store.VisitRow(resultSet, printed, numbers.data(), static_cast<int>(numbers.size()),
+                       CellFormat::Classic(), sink);
+        if (width <= screenWidth) {
+            out << line << '\n';
+            continue;
+        }
+        fitted.clear();
+        AppendFitted(fitted, line, screenWidth);
+        out << fitted << '\n';
+    }
+}
+
+}  // namespace qxsql
