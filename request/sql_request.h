@@ -1,0 +1,365 @@
+// The request that runs SQL.
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "engine/callbacks.h"
+#include "engine/connection_request.h"
+#include "engine/notification.h"
+#include "params/parameter_list.h"
+#include "platform/export.h"
+#include "platform/os/variant.h"
+#include "platform/qxdb/connection.h"
+#include "platform/qxdb/cursor.h"
+#include "platform/qxdb/field.h"
+#include "platform/qxdb/schema.h"
+#include "platform/qxdb/statement.h"
+#include "platform/qxdb/types.h"
+#include "platform/qxdbsrd/connection_def_element.h"
+#include "platform/qxutils/critical_section.h"
+#include "platform/qxutils/read_write_lock.h"
+#include "platform/smart_ptr.h"
+#include "request/field_handlers.h"
+#include "request/statement_properties.h"
+#include "storage/column_definition.h"
+#include "storage/data_storage.h"
+#include "storage/result_set_type.h"
+
+namespace qxdbsqlengine {
+
+class DBMSHandler;
+
+// Holds a text and every setting that shapes its run; drives the statements over a borrowed connection, turns
+// their cursors into result sets of the store and reports through its base.
+//
+// Owned through RequestPtr by whoever runs it (a director, an engine's queue). It shares the store, the
+// notification list and the connection callback with its owner and keeps them alive; the schema callback is
+// not owned and must outlive the request. It may run again after a run has ended; one run at a time.
+//
+// Threads: Execute and everything that it calls run on the engine thread (or the caller's, when Execute is
+// called directly). Settings, getters and Cancel may be called from any thread; a setting made during a run
+// takes effect where it is read next. What a getter returns by reference belongs to the engine thread while a
+// run is under way.
+//
+// Failures inside a run become notifications: a failed statement or batch item is reported and ends there.
+// Execute itself throws what has no item to be reported at (Errors of the session options, QXException) and
+// CancelledException.
+//
+// A request that was cancelled stays cancelled: it sends no further statement, and every later run ends with
+// CancelledException. To go on after a cancel, run a clone; clones start fresh.
+class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
+  public:
+    enum RequestType : int {
+        RequestSQL = 0,        // one statement as text
+        RequestScript = 1,     // a script to be split into statements
+        RequestProcedure = 2,  // a stored procedure call
+        RequestFunction = 3    // a stored function call
+    };
+    using OptionMap = std::map<unsigned int, _variant_t>;
+
+    // `newSchemaCallback` may be null. `separator` divides the items of a script.
+    SQLRequest(const SmartPtr<NotificationCallbacks>& notifications,
+               const SmartPtr<ConnectionRequestCallback>& connections, const SmartPtr<DataStorage>& store,
+               const OptionMap& options, const OptionMap& defaultOptions, SchemaCallback* newSchemaCallback,
+               std::string separator);
+    SQLRequest(const SmartPtr<NotificationCallbacks>& notifications,
+               const SmartPtr<ConnectionRequestCallback>& connections, const SmartPtr<DataStorage>& store,
+               SchemaCallback* newSchemaCallback, std::string separator);
+    // Cancels first.
+    ~SQLRequest() override;
+
+    // Runs over `connection`. True when the run got through; a failed item gives false and was notified.
+    bool Execute(const qxdbsrd::ConnectionDefElement& def, qxdb::Connection& connection) override;
+    // Borrows a connection from the connection callback for the length of the run. QXException when there is
+    // none.
+    bool Execute(const qxdbsrd::ConnectionDefElement& def) override;
+    // Any thread. Marks the request and, when a statement runs, cancels it on the server: at most once, and
+    // the call lasts as long as the driver's cancel. True when nothing is left to be cancelled.
+    bool Cancel() override;
+
+    virtual bool IsDebugger();
+    // A new request with the attributes of this one (see CopyRequestAttributes), over the same store and
+    // notification list, or over others. It is not cancelled even if this one is.
+    virtual std::unique_ptr<SQLRequest> CloneRequest();
+    virtual std::unique_ptr<SQLRequest> CloneRequest(const SmartPtr<DataStorage>& store,
+                                                     const SmartPtr<NotificationCallbacks>& notifications);
+    virtual std::string GetSQL();
+    // `text` is the SQL, or with `fromFile` the path of a file that has it: the file of a script is only
+    // remembered (and deleted when done, with `deleteThatFile`), any other is read at once. Throws
+    // QXException: "Unknown RequestType" (then nothing has changed), "Failed to open file : <path>".
+    virtual void SetSQL(const std::string& text, RequestType type, bool fromFile, bool deleteThatFile);
+    // The database made current before a run; empty: whatever is current.
+    virtual std::string GetDatabase();
+    virtual void SetDatabase(const std::string& name);
+    // All columns are read as texts.
+    virtual bool GetBindAsStrings();
+    virtual void SetBindAsStrings(bool asStrings);
+    // Columns get the names that the server gives them.
+    virtual bool GetColumnLabels();
+    virtual void SetColumnLabels(bool labels);
+    // Limits of the precision of columns, in digits; negative: no limit.
+    virtual int GetMinPrecision();
+    virtual int GetMaxPrecision();
+    virtual void SetPrecisionLimits(int minimum, int maximum);
+    // The connection's format of timestamps from the next batch item on; empty leaves it alone.
+    virtual void SetTimestampFormat(const std::string& format);
+    virtual void SetDoExplainPlan(bool explain);
+    virtual bool GetDoExplainPlan();
+    // Oracle: the statement brings the compile errors of an object.
+    virtual void SetFetchObjectErrors(bool fetch);
+    virtual bool GetFetchObjectErrors();
+
+    // Opening and closing a result set. These keep server messages in their place: while a result set of rows
+    // is open the handler holds messages back, and they are let go before the next one begins. A begin gives
+    // true when a result set is open afterwards. The column definitions are those of GetColumnDefinition.
+    virtual void NotifyPreResultSetBegin(ResultSetType type);
+    virtual bool NotifyResultSetBegin(const std::vector<ColumnDefinition>& definitions, const char* tagName);
+    // A null `tagName` leaves the result set without a tag.
+    virtual bool NotifyResultSetBegin(const char* tagName);
+    // `rows`: rows so far. `force`: past the time filter.
+    virtual void NotifyResultSetUpdate(int rows, bool force);
+    virtual void NotifyResultSetEnd();
+    virtual void NotifyCancelFailed();
+    virtual void NotifyBatchItemBegin();
+    virtual void NotifyBatchItemEnd();
+
+    virtual void SetUseLobLocators(bool use);
+    virtual bool GetUseLobLocators();
+    // Sizes in characters of text or bytes.
+    virtual void SetLobPreviewSize(int size);
+    virtual int GetLobPreviewSize();
+    virtual void SetLobStreamSize(int size);
+    virtual int GetLobStreamSize();
+    virtual void SetUseSpecificLobLocatorImpl(bool use);
+    virtual int GetUseSpecificLobLocatorImpl();
+    virtual const RequestStatementProperties& GetStatementProperties();
+    virtual void SetStatementProperties(const RequestStatementProperties& properties);
+    // Statements are prepared and their parameters bound. In this build such a run reports a QXException.
+    virtual void SetDoPrepare(bool prepare);
+    // Copies; the description of the parameters of a prepared statement.
+    virtual void SetSchema(const qxdb::Schema& newSchema);
+    virtual void SetParameters(const ParameterList& list);
+    virtual void SetDisplayRowAffected(bool display);
+    // Empties the store and forgets the handlers of columns, fields and rows; the row notification handlers
+    // stay. Not during a run.
+    virtual void ClearStorage();
+    // Progress is told at each of the first rows, then at every `interval` rows (not 0).
+    virtual void SetInitialRowInterval(int rows);
+    virtual void SetRowInterval(int rows);
+    virtual void SetHandleDBMSOutput(bool handle);
+    virtual bool GetHandleDBMSOutput();
+    // Bytes.
+    virtual void SetDBMSOutputBufferSize(int size);
+    virtual int GetDBMSOutputBufferSize();
+    // Rows of one result set; 0: no limit.
+    virtual void SetMaxRowCount(int rows);
+    virtual int GetMaxRowCount();
+    // Errors after which a script ends; 0: no limit.
+    virtual void SetMaxErrorCount(int errors);
+    virtual int GetMaxErrorCount();
+    virtual void SetUseGenericParser(bool use);
+    virtual bool GetUseGenericParser();
+    // Null stores the empty text. The pointer given back is valid until the next set.
+    virtual void SetExplainPlanAlterSessionUser(const char* user);
+    virtual const char* GetExplainPlanAlterSessionUser();
+    // The user of the connection of the last run.
+    virtual std::string GetUserNameA();
+    // Replaces both maps. Not during a run.
+    virtual void SetQueryOptions(const OptionMap& options, const OptionMap& defaultOptions);
+    virtual const OptionMap& GetQueryOptions();
+    virtual const OptionMap& GetQueryDefaultOptions();
+
+  protected:
+    // False when the run should stop reading the statement. `tagName` names the result set in the store.
+    virtual bool HandleCursor(qxdb::Cursor& cursor, ResultSetType type, std::string tagName);
+
+  public:
+    // Takes over the settings, the text, the schema and the parameters of `other`; not its database,
+    // timestamp format, statement properties, options and explain user.
+    virtual void CopyRequestAttributes(SQLRequest& other);
+
+  protected:
+    virtual bool MaxErrorsOccurred();
+    virtual bool IsStatementWithOutputParameter();
+    // Binding and output values. These throw QXException "<name> is not available in this build".
+    virtual void PrepareForExecution(qxdb::Statement& running, std::unique_ptr<qxdb::Fields>& fields);
+    virtual void PrepareSQL(qxdb::Statement& running, std::unique_ptr<qxdb::Fields>& fields);
+    virtual void PrepareProcedure(qxdb::Statement& running, std::unique_ptr<qxdb::Fields>& fields);
+    virtual void BindStatementWithOutputPatameter(qxdb::BindValue& binding);
+    virtual void BindParametersByOrdinal(std::unique_ptr<qxdb::Fields>& fields);
+    virtual void BindParametersByName(std::unique_ptr<qxdb::Fields>& fields);
+
+    // A run between the session options before and after it.
+    virtual bool DoExecute(const qxdbsrd::ConnectionDefElement& def, qxdb::Connection& connection);
+    virtual bool ExecuteStatement(qxdb::Connection& connection);
+    virtual bool ExecuteBatchItem(qxdb::Connection& connection);
+    virtual bool HandleComputeResultSet(qxdb::Cursor& cursor);
+    virtual bool HandleObjectErrorsCursor(qxdb::Cursor& cursor);
+    virtual bool HandleOutputParameters(std::unique_ptr<qxdb::Fields>& fields, qxdb::Schema& outputs);
+    virtual void CreateParameterResultset();
+    virtual bool HandleCursorOutputParameters(std::unique_ptr<qxdb::Fields>& fields);
+    virtual unsigned int GetStartOutputParamIndex();
+    virtual void ProcessResults(qxdb::Cursor& cursor, qxdb::Fields& fields, qxdb::Schema& columns);
+    // `count` negative: not known, nothing is shown.
+    virtual void HandleAffectedRows(int count);
+    virtual void DetermineColumnDefs(qxdb::Cursor& cursor, qxdb::Fields& fields, qxdb::Schema& columns);
+
+  public:
+    // The columns of the result set that is about to begin. Engine thread.
+    virtual std::vector<ColumnDefinition>& GetColumnDefinition();
+
+  protected:
+    virtual void HandleEmptyResultSet();
+    virtual void BuildNameMap(std::unique_ptr<qxdb::Fields>& fields);
+    virtual void BuildNameMap(const qxdb::Schema& parameterSchema);
+
+  public:
+    // A text for the user, one row for each line, in the open message result set or in a new one. Engine
+    // thread. Throws CancelledException.
+    virtual void SaveNotifyMessage(const std::string& text);
+    // Result sets that count logically: rows, cursors of parameters, plans and statistics.
+    virtual bool IsNormalResultSetType(ResultSetType type);
+    // The place of result set `id` of the store among the normal ones, from 0. QXException when there is no
+    // such result set, or when it is of another kind.
+    virtual int ResolveLogicalResultSetId(int id);
+    // The place that the next normal result set will have.
+    virtual int ResolveNextLogicalResultSetId();
+
+  protected:
+    // For row handlers: rolls the rows of `details` from `firstRow` on up into one row of this request's
+    // store whenever one of the key columns changes in the last row, or when `isFinal`. Texts are those of
+    // the first row, numbers are summed, of timestamps the greatest is taken, other types are left empty.
+    // Gives the row that the next group begins with. Rows and columns are counted from 0.
+    virtual int CompressOnColumns(int firstRow, DataStorage& details, bool isFinal, int rowCount,
+                                  const std::vector<int>& keyColumns);
+    virtual void UseDatabase(const qxdbsrd::ConnectionDefElement& def, qxdb::Connection& connection);
+
+    // What little is read out of the SQL text: key words between blanks, by fixed delimiters. Wrong answers
+    // for complicated statements are accepted; they only mean that a result can't be edited. A key word at
+    // the very end of the text throws std::out_of_range.
+    virtual bool ContainsSingleSelectStmt();
+    // The table of a single SELECT of at most 1024 bytes, else empty.
+    virtual std::string ParseGenerateInsertTableName();
+    // As written, with the blanks before a following key word; empty when there is none, or several.
+    virtual std::string ParseTableName();
+    // From behind WHERE to the end of the text, control characters as blanks.
+    virtual std::string ParseWhereClause();
+
+    // The handler of a run; a derived request may supply its own.
+    virtual std::unique_ptr<DBMSHandler> CreateHandler(qxdb::DBTYPE type);
+
+  public:
+    const std::string& GetFileName() const { return fileName; }
+    RequestType GetRequestType() const { return requestType; }
+    qxdb::Statement::PrepareType GetPrepareType() const;
+    // The statement that is running, null outside one and after a cancel.
+    qxdb::Statement* GetStatement();
+    SmartPtr<DataStorage> GetData();
+    ResultSetType GetResultSetType() const { return resultSetType; }
+    void SetResultSetType(ResultSetType type) { resultSetType = type; }
+    // Index of the current result set in the store; between result sets, that of the next one.
+    int GetResultSetId() const { return resultSetId; }
+    int GetBatchItemIndex() const { return batchItemIndex; }
+    qxdb::DBTYPE GetDBType() const { return dbType; }
+    bool IsUnicodeInstance() const { return isUnicodeInstance; }
+    // Guards the running statement; held while it is cancelled.
+    qxutils::CriticalSection& GetCriticalSection() { return statementLock; }
+    static EnumDataType GetDataType(qxdb::Column::BindType type);
+
+  protected:
+    DBMSHandler* GetHandler() { return handler.get(); }
+
+    // Copies the cells of one row, columns `firstColumn` to before `endColumn`, behind the row that is being
+    // written into `target`, from `targetColumn` on. Nulls stay nulls. The caller holds the row lock.
+    static void CopyData(DataStorage& source, DataStorage& target, int sourceSet, int targetSet,
+                         int sourceRow, int firstColumn, int endColumn, int targetColumn);
+
+  private:
+    friend class DBMSHandler;
+    friend class LobDataStorageInserter;
+    class StatementScope;
+    struct ComputeRows;
+
+    void SetIsUnicodeInstance(const qxdbsrd::ConnectionDefElement& def, qxdb::Connection& connection);
+    bool ProbeUnicodeCodeSet(const qxdbsrd::ConnectionDefElement& def);
+    void RunBatchItem(qxdb::Connection& connection);
+    bool ReportBatchItemFailure(qxdb::Connection& connection);
+    bool RunStatement(qxdb::Statement& running, qxdb::Connection& connection);
+    bool HandleResults(qxdb::Statement& running);
+    void NotifyErrorText(const std::string& text);
+    bool HasCachedMessages();
+    void FlushCachedMessages();
+    void CloseOpenResultSet();
+    bool HandleRowCount(qxdb::Cursor& cursor);
+    bool HandleRows(qxdb::Cursor& cursor, qxdb::Fields& fields, qxdb::Schema& columns, ResultSetType type,
+                    const std::string& tagName);
+    void InsertMessageRow(const std::string& line);
+    ComputeRows GroupComputeColumns(qxdb::Fields& fields, const qxdb::Schema& columns) const;
+    bool WriteComputeRows(qxdb::Cursor& cursor, qxdb::Fields& fields, const qxdb::Schema& columns);
+    void DefineComputeColumn(qxdb::Field& field, const qxdb::Column& column, ColumnDefinition& definition);
+    void LimitPrecision(ColumnDefinition& definition);
+    void ResetTextCaches();
+    bool FindWord(const std::string& upper, const std::string& word, const char* before,
+                  std::size_t& position);
+
+    std::string sql;
+    std::string database;
+    std::atomic<bool> bindAsStrings{false};
+    std::atomic<bool> columnLabels{true};
+    std::atomic<bool> doExplainPlan{false};
+    std::atomic<bool> fetchObjectErrors{false};
+    std::atomic<bool> doPrepare{false};
+    std::atomic<bool> displayRowAffected{true};
+    std::atomic<bool> useLobLocators{true};
+    std::atomic<bool> handleDBMSOutput{false};
+    std::atomic<int> lobPreviewSize{0};
+    std::atomic<int> lobStreamSize{0};
+    std::atomic<int> dbmsOutputBufferSize{0};
+    std::atomic<bool> useSpecificLobLocatorImpl{false};
+    std::atomic<int> minPrecision{-1};
+    std::atomic<int> maxPrecision{-1};
+    std::atomic<int> initialRowInterval{25};
+    std::atomic<int> rowInterval{200};
+    ResultSetType resultSetType = ResultSetNormal;
+    int resultSetId = 0;
+    int affectedRows = -1;  // of this batch item; -1: none yet
+    SmartPtr<DataStorage> data;
+    qxdb::Statement* statement = nullptr;  // guarded by statementLock
+    RequestStatementProperties statementProperties;
+    std::vector<ColumnDefinition> columnDefinition;
+    qxutils::CriticalSection statementLock;
+    std::unique_ptr<DBMSHandler> handler;
+    std::unique_ptr<qxdb::Schema> schema;  // of the parameters
+    ParameterList parameters;              // what the caller bound
+    ParameterList outputParameters;        // what came back
+    std::map<std::string, int> nameMap;    // parameter name to field position
+    qxdb::DBTYPE dbType = qxdb::DBTYPE_UNSET;
+    SmartPtr<ConnectionRequestCallback> connectionCallback;
+    SchemaCallback* schemaCallback;  // not owned, may be null
+    std::string fileName;            // of a script from a file
+    std::string batchSeparator;
+    std::string timestampFormat;
+    std::atomic<RequestType> requestType{RequestSQL};
+    int batchItemIndex = 0;
+    int batchItemLine = 0;
+    qxutils::RecursiveReadWriteLock lock;  // guards the texts, parameters, schema and data
+    OptionMap queryOptions;
+    OptionMap queryDefaultOptions;
+    std::string explainPlanAlterSessionUser;
+    std::string userName;
+    std::atomic<int> maxRowCount{0};
+    std::atomic<int> maxErrorCount{0};
+    std::atomic<bool> useGenericParser{true};
+    bool deleteFile = false;
+    bool isUnicodeInstance = false;
+    std::string tableNameCache;
+    std::string whereClauseCache;
+    bool selectChecked = false;
+    bool singleSelect = false;
+};
+
+}  // namespace qxdbsqlengine
