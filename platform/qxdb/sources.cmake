@@ -10,9 +10,11 @@ list(APPEND PLATFORM_SOURCES
   qxdb/driver.cpp
   qxdb/field.cpp
   qxdb/lob_locator.cpp
+  qxdb/magnitude.cpp
   qxdb/manager.cpp
   qxdb/raw_stream.cpp
   qxdb/schema.cpp
   qxdb/statement.cpp
   qxdb/timestamp.cpp
+  qxdb/timestamp_format.cpp
 )
