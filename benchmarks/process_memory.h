@@ -1,0 +1,28 @@
+// Resident memory of this process.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <thread>
+
+namespace qxbench {
+
+// Bytes of resident memory now.
+std::size_t ResidentMemory();
+
+// Samples the resident memory every 5 ms on a thread of its own until it is destroyed.
+class MemoryWatch {
+  public:
+    MemoryWatch();
+    ~MemoryWatch();
+    // The largest growth over the memory at construction, in bytes.
+    std::size_t PeakGrowth() const;
+
+  private:
+    const std::size_t before;
+    std::atomic<std::size_t> peak;
+    std::atomic<bool> stop{false};
+    std::thread sampler;
+};
+
+}  // namespace qxbench
