@@ -1,0 +1,470 @@
+#include "persistence/persistence_impl.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+#include <system_error>
+
+#include "platform/qxsplt/error_record.h"
+#include "platform/qxsplt/errors.h"
+#include "storage/cell_format.h"
+#include "storage/cell_sink.h"
+#include "storage/data_storage.h"
+
+namespace qxdbsqlengine {
+namespace {
+
+constexpr int kLockAttempts = 12;  // of 5 seconds each
+
+// Runs an action when its scope is left by an exception.
+template <class Action>
+class OnException {
+  public:
+    explicit OnException(Action newAction) : action(newAction) {}
+    ~OnException() {
+        if (armed)
+            action();
+    }
+    OnException(const OnException&) = delete;
+    OnException& operator=(const OnException&) = delete;
+    void Dismiss() { armed = false; }
+
+  private:
+    Action action;
+    bool armed = true;
+};
+
+int ClampToInt(long long value) {
+    return static_cast<int>(std::min<long long>(value, std::numeric_limits<int>::max()));
+}
+
+int CurrentSystemError() {
+    return errno != 0 ? errno : EIO;
+}
+
+}  // namespace
+
+PersistenceImpl::PersistenceImpl(std::atomic<bool>& cancel) : cancelled(cancel) {
+    // Bytes are collected in large blocks here, a second buffer would only copy them.
+    output.rdbuf()->pubsetbuf(nullptr, 0);
+    input.rdbuf()->pubsetbuf(nullptr, 0);
+}
+
+PersistenceImpl::~PersistenceImpl() = default;
+
+void PersistenceImpl::SetCancelled(bool cancel) {
+    cancelled.store(cancel);
+}
+
+void PersistenceImpl::SetProgressCallback(IQXPersistenceProgressCallback* newCallback) {
+    callback = newCallback;
+}
+
+void PersistenceImpl::SetDataStorage(const SmartPtr<DataStorage>& newStorage) {
+    storage = newStorage;
+}
+
+void PersistenceImpl::SetFileName(const char* newFileName) {
+    const std::string name = newFileName == nullptr ? "" : newFileName;
+    if (name != fileName && output.is_open())
+        CloseOutput();
+    fileName = name;
+}
+
+std::string PersistenceImpl::GetFileName() const {
+    return fileName;
+}
+
+void PersistenceImpl::SetTableName(const char* newTableName) {
+    tableName = newTableName == nullptr ? "" : newTableName;
+}
+
+std::string PersistenceImpl::GetTableName() const {
+    return tableName;
+}
+
+void PersistenceImpl::SetRowList(const std::vector<int>& rows) {
+    rowList = rows;
+}
+
+void PersistenceImpl::GetRowList(std::vector<int>& rows) const {
+    rows = rowList;
+}
+
+void PersistenceImpl::SetColumnList(const std::vector<int>& columns) {
+    columnList = columns;
+}
+
+void PersistenceImpl::GetColumnList(std::vector<int>& columns) const {
+    columns = columnList;
+}
+
+void PersistenceImpl::SetQuotedColumnList(const std::vector<std::string>&) {}
+
+std::vector<std::string> PersistenceImpl::GetQuotedColumnList() const {
+    return {};
+}
+
+void PersistenceImpl::SetDBMSType(qxdb::DBTYPE type) {
+    dbmsType = type;
+}
+
+qxdb::DBTYPE PersistenceImpl::GetDBMSType() const {
+    return dbmsType;
+}
+
+void PersistenceImpl::SetDelimiter(char) {}
+
+void PersistenceImpl::SetIncludeHeaders(bool include) {
+    includeHeaders = include;
+}
+
+void PersistenceImpl::SetUseQuotingLogic(bool use) {
+    useQuotingLogic = use;
+}
+
+void PersistenceImpl::SetExpandTabs(bool expand) {
+    expandTabs = expand;
+}
+
+bool PersistenceImpl::WriteAllResultSets() {
+    if (!BeginOperation())
+        return false;
+    std::deque<int> all;
+    for (int i = 0; i < storage->GetNumberOfResultSets(); ++i)
+        all.push_back(i);
+    return WriteList(all);
+}
+
+bool PersistenceImpl::WriteResultSets(std::deque<int> resultSets) {
+    if (resultSets.empty())
+        return WriteAllResultSets();
+    return BeginOperation() && WriteList(resultSets);
+}
+
+bool PersistenceImpl::BeginOperation() {
+    failed = false;
+    if (!storage)
+        ReportFailure(0, "There is no store");
+    return !failed;
+}
+
+bool PersistenceImpl::WriteList(const std::deque<int>& resultSets) {
+    if (!OpenOutput())
+        return false;
+    OnException guard([this] { AbandonOutput(); });
+    if (resultSets.size() > 1)
+        rowList.clear();  // row numbers mean nothing across result sets
+    long long total = 0;
+    for (int resultSet : resultSets)
+        total += storage->GetNumberOfRows(resultSet);
+    totalRows = ClampToInt(total);
+    rowsDone = 0;
+    currentResultSet = -1;
+    resultSetsWritten = 0;
+    bool first = true;
+    for (int resultSet : resultSets) {
+        currentResultSet = resultSet;
+        if (first)
+            WriteFileHeader();
+        first = false;
+        if (!WriteResultSetBody(resultSet, false)) {
+            guard.Dismiss();
+            return false;
+        }
+    }
+    if (!resultSets.empty())
+        WriteFileFooter();
+    guard.Dismiss();
+    return CloseOutput();
+}
+
+bool PersistenceImpl::WriteResultSet(int resultSet, bool wholeFile) {
+    if (!BeginOperation())
+        return false;
+    rowsDone = 0;
+    totalRows = rowList.empty() ? storage->GetNumberOfRows(resultSet)
+                                : ClampToInt(static_cast<long long>(rowList.size()));
+    currentResultSet = resultSet;
+    resultSetsWritten = 0;
+    return WriteResultSetBody(resultSet, wholeFile);
+}
+
+bool PersistenceImpl::WriteResultSetBody(int resultSet, bool wholeFile) {
+    if (!OpenOutput())
+        return false;
+    OnException guard([this] { AbandonOutput(); });
+    currentResultSet = resultSet;
+    if (wholeFile)
+        WriteFileHeader();
+    WriteResultSetHeader(includeHeaders);
+    if (rowList.empty())
+        WriteRows(resultSet);
+    else
+        WriteListedRows(resultSet);
+    if (!failed) {
+        WriteResultSetFooter();
+        if (wholeFile)
+            WriteFileFooter();
+        ++resultSetsWritten;
+    }
+    guard.Dismiss();
+    if (wholeFile || failed)
+        return CloseOutput();
+    return FlushOutput();
+}
+
+void PersistenceImpl::WriteRows(int resultSet) {
+    RowIterator row = storage->GetRowIterator(resultSet, 0);
+    const RowIterator end = storage->GetRowEnd(resultSet);
+    for (; row != end && !IsCancelled(); ++row) {
+        if (!WriteOneRow(row.GetRow()))
+            return;
+    }
+}
+
+void PersistenceImpl::WriteListedRows(int resultSet) {
+    const int rowCount = storage->GetNumberOfRows(resultSet);
+    for (std::size_t i = 0; i < rowList.size() && !IsCancelled(); ++i) {
+        const int row = rowList[i];
+        if (row < 0 || row >= rowCount) {
+            CountRow();
+            continue;
+        }
+        if (!WriteOneRow(row))
+            return;
+    }
+}
+
+// A row stands in the file as a whole or not at all. False when the file has failed.
+bool PersistenceImpl::WriteOneRow(int row) {
+    const std::size_t start = buffer.Size();
+    OnException guard([this, start] { buffer.Truncate(start); });
+    WriteRow(row);
+    guard.Dismiss();
+    if (failed || (buffer.IsFull() && !FlushOutput()))
+        return false;
+    CountRow();
+    ReportProgress();
+    return true;
+}
+
+void PersistenceImpl::CountRow() {
+    if (rowsDone < std::numeric_limits<int>::max())
+        ++rowsDone;
+}
+
+// More rows than the total can come by: a store that grows, a row list with repetitions.
+void PersistenceImpl::ReportProgress() {
+    if (callback == nullptr)
+        return;
+    const bool complete = totalRows <= 0 || rowsDone >= totalRows;
+    callback->OnProgress(complete ? 1.0f : static_cast<float>(static_cast<double>(rowsDone) / totalRows));
+}
+
+const std::vector<int>& PersistenceImpl::SelectColumns() {
+    columnCount = storage->GetNumberOfColumns(currentResultSet);
+    selectedColumns.clear();
+    if (columnList.empty())
+        for (int column = 0; column < columnCount; ++column)
+            selectedColumns.push_back(column);
+    for (int column : columnList)
+        if (column >= 0 && column < columnCount)
+            selectedColumns.push_back(column);
+    return selectedColumns;
+}
+
+void PersistenceImpl::VisitSelectedColumns(int row, CellSink& sink) {
+    for (int attempt = 0; attempt < kLockAttempts && !(attempt > 0 && IsCancelled()); ++attempt)
+        if (storage->VisitRow(currentResultSet, row, selectedColumns.data(),
+                              static_cast<int>(selectedColumns.size()), CellFormat::Classic(), sink))
+            return;
+    ReportFailure(ETIMEDOUT, "Row " + std::to_string(row + 1) + " could not be read: the store is in use");
+}
+
+bool PersistenceImpl::ReadAllResultSets() {
+    rowsDone = 0;
+    if (!BeginOperation() || !OpenInput())
+        return false;
+    OnException guard([this] { CloseInput(); });
+    const bool complete = ReadOpenInput();
+    guard.Dismiss();
+    CloseInput();
+    return complete;
+}
+
+bool PersistenceImpl::ReadOpenInput() {
+    errno = 0;
+    input.peek();  // some things open and have a size, yet cannot be read: a directory
+    if (input.bad()) {
+        ReportFileFailure(CurrentSystemError());
+        return false;
+    }
+    input.clear();
+    errno = 0;
+    input.seekg(0, std::ios::end);
+    const long long size = static_cast<long long>(input.tellg());
+    if (size < 0) {
+        ReportFileFailure(CurrentSystemError());
+        return false;
+    }
+    if (size < 1)
+        return true;
+    input.clear();
+    input.seekg(0);
+    currentResultSet = -1;
+    resultSetsWritten = 0;
+    OnInputOpened();
+    const bool hasHeader = ReadResultSetHeader(includeHeaders);
+    if (!hasHeader && InputPosition() == 0)
+        return false;  // this format is not read back
+    ReadRows(size);
+    OnInputClosing();
+    if (!failed && !IsCancelled() && InputPosition() < size)
+        ReportFailure(EIO, "The file ended after " + std::to_string(InputPosition()) + " of " +
+                               std::to_string(size) + " bytes");
+    return !failed;
+}
+
+void PersistenceImpl::ReadRows(long long size) {
+    while (!IsCancelled() && ReadRow()) {
+        if (callback == nullptr)
+            continue;
+        const double done = static_cast<double>(InputPosition()) / static_cast<double>(size);
+        callback->OnProgress(static_cast<float>(std::min(done, 1.0)));
+    }
+}
+
+std::size_t PersistenceImpl::ReadInput(char* to, std::size_t count) {
+    errno = 0;
+    input.read(to, static_cast<std::streamsize>(count));
+    if (input.bad() && !failed)
+        ReportFileFailure(CurrentSystemError());
+    return static_cast<std::size_t>(input.gcount());
+}
+
+void PersistenceImpl::OnInputOpened() {}
+
+long long PersistenceImpl::InputPosition() {
+    return static_cast<long long>(input.tellg());
+}
+
+void PersistenceImpl::OnInputClosing() {}
+
+bool PersistenceImpl::ReadResultSetHeader(bool) {
+    return false;
+}
+
+bool PersistenceImpl::ReadRow() {
+    return false;
+}
+
+void PersistenceImpl::WriteFileFooter() {}
+
+void PersistenceImpl::NotifyTotalRows(int rows) {
+    if (callback != nullptr)
+        callback->OnTotalRows(rows);
+}
+
+void PersistenceImpl::NotifyRecord(const ErrorRecord& record) {
+    if (callback != nullptr)
+        callback->OnRecord(record);
+}
+
+void PersistenceImpl::NotifyRowsDone(int rows) {
+    if (callback != nullptr)
+        callback->OnRowsDone(rows);
+}
+
+void PersistenceImpl::NotifyErrors(Errors& errors) {
+    if (callback == nullptr)
+        return;
+    errors.Reset();
+    while (errors.MoreErrors())
+        NotifyRecord(errors.GetNextError());
+}
+
+void PersistenceImpl::NotifyRowsRead(int rows) {
+    if (callback != nullptr)
+        callback->OnRowsDone(rows);
+}
+
+std::string PersistenceImpl::WithFileName(const std::string& text) const {
+    return fileName.empty() ? text : fileName + " -- " + text;
+}
+
+void PersistenceImpl::ReportFileFailure(int systemError) {
+    ReportFailure(systemError, std::generic_category().message(systemError));
+}
+
+void PersistenceImpl::ReportFailure(int code, const std::string& text) {
+    failed = true;
+    NotifyRecord(ErrorRecord(2, code, 0, 0, WithFileName(text), "", nullptr));
+}
+
+void PersistenceImpl::ReportRemark(int severity, long long line, const std::string& text) {
+    NotifyRecord(ErrorRecord(severity, 0, ClampToInt(line), 0, WithFileName(text), "", nullptr));
+}
+
+bool PersistenceImpl::OpenOutput() {
+    if (output.is_open())
+        return true;
+    failed = false;
+    buffer.Clear();
+    errno = 0;
+    output.clear();
+    output.open(fileName, std::ios::out | std::ios::binary);
+    if (output.is_open())
+        return true;
+    ReportFileFailure(CurrentSystemError());
+    return false;
+}
+
+// Hands the collected bytes to the file. After a failure nothing more is written.
+bool PersistenceImpl::FlushOutput() {
+    if (!failed && buffer.Size() != 0) {
+        errno = 0;
+        output.write(buffer.Data(), static_cast<std::streamsize>(buffer.Size()));
+        if (!output.good())
+            ReportFileFailure(CurrentSystemError());
+    }
+    buffer.Clear();
+    return !failed;
+}
+
+bool PersistenceImpl::CloseOutput() {
+    FlushOutput();
+    buffer.Release();
+    errno = 0;
+    output.close();
+    if (output.fail() && !failed)
+        ReportFileFailure(CurrentSystemError());
+    return !failed;
+}
+
+// The way out of an exception: the file keeps what it has, and nobody is told a second reason.
+void PersistenceImpl::AbandonOutput() {
+    if (!failed && buffer.Size() != 0)
+        output.write(buffer.Data(), static_cast<std::streamsize>(buffer.Size()));
+    buffer.Release();
+    output.close();
+}
+
+bool PersistenceImpl::OpenInput() {
+    if (input.is_open())
+        return true;
+    errno = 0;
+    input.clear();
+    input.open(fileName, std::ios::in | std::ios::binary);
+    if (input.is_open())
+        return true;
+    ReportFileFailure(CurrentSystemError());
+    return false;
+}
+
+void PersistenceImpl::CloseInput() {
+    input.close();
+    input.clear();
+}
+
+}  // namespace qxdbsqlengine
