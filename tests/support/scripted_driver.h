@@ -24,6 +24,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -192,6 +193,8 @@ class ScriptedServer {
     void AcceptOthers();
 
     qxdb::Connection Connect();
+    // What a driver hands out.
+    std::shared_ptr<qxdb::ConnectionImpl> MakeConnection();
 
     // Lets statements go on that hang and do not heed a cancel.
     void Release();

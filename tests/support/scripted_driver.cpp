@@ -1,0 +1,828 @@
+#include "support/scripted_driver.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <sstream>
+#include <thread>
+
+#include "platform/qxdb/manager.h"
+
+namespace qxtest {
+
+namespace {
+
+// Nothing of a test may wait for ever: a hang that nobody ends is a problem of the script.
+constexpr std::chrono::seconds LongestHang(30);
+constexpr std::chrono::seconds LongestWait(10);
+
+[[noreturn]] void ThrowErrors(const std::string& text) {
+    throw MakeErrors(text);
+}
+
+}  // namespace
+
+Errors MakeErrors(const std::string& text) {
+    return MakeErrors({ErrorRecord(2, 0, 0, 0, text, "", nullptr)});
+}
+
+Errors MakeErrors(std::initializer_list<ErrorRecord> records) {
+    Errors errors;
+    for (const ErrorRecord& record : records)
+        errors.AddRecord(record);
+    return errors;
+}
+
+std::string TextOf(const Errors& errors) {
+    std::string text;
+    errors.Reset();
+    while (errors.MoreErrors()) {
+        if (!text.empty())
+            text += " | ";
+        text += errors.GetNextError().GetErrorDescription();
+    }
+    errors.Reset();
+    return text;
+}
+
+qxdb::RawMessage Info(const std::string& text) {
+    qxdb::RawMessage message;
+    message.text = text;
+    return message;
+}
+
+qxdb::ColumnRecord MakeColumn(const std::string& name, qxdb::Column::BindType type,
+                              const std::string& nativeTypeName) {
+    qxdb::ColumnRecord column;
+    column.name = name;
+    column.type = type;
+    column.nativeTypeName = nativeTypeName;
+    return column;
+}
+
+qxdb::ColumnRecord ComputeColumn(const std::string& name, qxdb::Column::BindType type, int under) {
+    qxdb::ColumnRecord column = MakeColumn(name, type);
+    column.computeColumn = under;
+    return column;
+}
+
+Result Rows(const std::vector<qxdb::ColumnRecord>& columns, std::vector<Row> rows) {
+    Result result;
+    for (const qxdb::ColumnRecord& column : columns)
+        result.columns.push_back(std::make_shared<qxdb::ColumnRecord>(column));
+    result.rows = std::move(rows);
+    return result;
+}
+
+Result ComputeRows(const std::vector<qxdb::ColumnRecord>& columns, std::vector<Row> rows) {
+    Result result = Rows(columns, std::move(rows));
+    result.isCompute = true;
+    return result;
+}
+
+Result RowCount(unsigned int rows) {
+    return RowCountFrom([rows] { return rows; });
+}
+
+Result UnknownRowCount() {
+    return RowCountFrom([]() -> unsigned int { ThrowErrors("The row count is not known"); });
+}
+
+Result RowCountFrom(std::function<unsigned int()> give) {
+    Result result;
+    result.rowCount = std::move(give);
+    return result;
+}
+
+Result& Result::Message(qxdb::RawMessage message) {
+    messages.push_back(std::move(message));
+    return *this;
+}
+
+Result& Result::FailsOnAvailable(Errors errors) {
+    availableErrors = std::make_shared<Errors>(errors);
+    return *this;
+}
+
+Result& Result::FailsAtRow(int row, Errors errors) {
+    return AtRow(row, [errors] { throw errors; });
+}
+
+Result& Result::MessageAtRow(int row, qxdb::RawMessage message) {
+    RowEvent event{};
+    event.row = row;
+    event.message = std::make_shared<qxdb::RawMessage>(std::move(message));
+    rowEvents.push_back(std::move(event));
+    return *this;
+}
+
+Result& Result::AtRow(int row, std::function<void()> action) {
+    RowEvent event{};
+    event.row = row;
+    event.action = std::move(action);
+    rowEvents.push_back(std::move(event));
+    return *this;
+}
+
+Result& Result::HangsAtRow(int row) {
+    RowEvent event{};
+    event.row = row;
+    event.hangs = true;
+    rowEvents.push_back(std::move(event));
+    return *this;
+}
+
+Result& Result::Locator(std::function<qxdb::LobLocator(unsigned int, const std::string&, const std::string&,
+                                                       const std::string&, bool)>
+                            maker) {
+    locator = std::move(maker);
+    return *this;
+}
+
+Result& Result::AtBind(std::function<void()> action) {
+    atBind = std::move(action);
+    return *this;
+}
+
+Step& Step::Message(qxdb::RawMessage message) {
+    onExecute.push_back([message](qxdb::Callback* callback) {
+        if (callback != nullptr)
+            callback->HandleRawMessage(message);
+    });
+    return *this;
+}
+
+Step& Step::Does(std::function<void()> action) {
+    onExecute.push_back([action](qxdb::Callback*) { action(); });
+    return *this;
+}
+
+Step& Step::TakesMs(int milliseconds) {
+    return Does([milliseconds] { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); });
+}
+
+Step& Step::Fails(Errors errors) {
+    failure = std::make_shared<Errors>(errors);
+    return *this;
+}
+
+Step& Step::Hangs(bool endsByCancel) {
+    hangs = true;
+    hangEndsByCancel = endsByCancel;
+    return *this;
+}
+
+Step& Step::Returns(Result result) {
+    results.push_back(std::move(result));
+    return *this;
+}
+
+Step& Step::MessageAfter(qxdb::RawMessage message) {
+    messagesAfter.push_back(std::move(message));
+    return *this;
+}
+
+Step& Step::FailsAfter(Errors errors) {
+    failureAfter = std::make_shared<Errors>(errors);
+    return *this;
+}
+
+struct ScriptedServer::State {
+    mutable std::mutex mutex;
+    std::condition_variable changed;
+
+    double version = 0.0;
+    bool unicode = false;
+    std::shared_ptr<Errors> databaseErrors;
+    std::vector<std::pair<std::string, std::string>> configuration;
+    bool hasConfiguration = false;
+    bool configurationLoads = true;
+
+    std::deque<Step> steps;
+    std::size_t nextStep = 0;
+    bool acceptOthers = false;
+    bool released = false;
+    int hanging = 0;
+    int cancelMs = 0;
+
+    std::vector<std::string> log;
+    std::vector<std::string> executed;
+    std::string problems;
+    int cancels = 0;
+
+    void Log(const std::string& line) {
+        const std::lock_guard<std::mutex> guard(mutex);
+        log.push_back(line);
+    }
+
+    // The step of a statement, null for one that is merely accepted. Throws Errors for one that is not
+    // expected.
+    Step* Begin(const std::string& sql) {
+        const std::lock_guard<std::mutex> guard(mutex);
+        log.push_back("execute " + sql);
+        executed.push_back(sql);
+        changed.notify_all();
+        if (nextStep < steps.size() && steps[nextStep].sql == sql)
+            return &steps[nextStep++];
+        if (acceptOthers)
+            return nullptr;
+        problems += "Unexpected statement: " + sql + "\n";
+        ThrowErrors("Unexpected statement: " + sql);
+    }
+
+    // True when it ended by the cancel.
+    bool Hang(const bool& cancelled, bool endsByCancel) {
+        std::unique_lock<std::mutex> guard(mutex);
+        ++hanging;
+        changed.notify_all();
+        const bool ended =
+            changed.wait_for(guard, LongestHang, [&] { return released || (endsByCancel && cancelled); });
+        --hanging;
+        if (!ended)
+            problems += "A hang was not ended\n";
+        return cancelled;
+    }
+
+    std::string AllProblems() const {
+        const std::lock_guard<std::mutex> guard(mutex);
+        std::string all = problems;
+        for (std::size_t i = nextStep; i < steps.size(); ++i)
+            all += "Not executed: " + steps[i].sql + "\n";
+        return all;
+    }
+};
+
+namespace {
+
+using State = ScriptedServer::State;
+
+// What the fields of a cursor share: the row that was fetched last.
+struct CurrentRow {
+    const Row* cells = nullptr;
+    unsigned int number = 0;  // changes with each fetch
+};
+
+class CellStream : public qxdb::RawStream {
+  public:
+    void Start(const LobCell& newLob) {
+        lob = &newLob;
+        position = 0;
+    }
+    unsigned int Read(unsigned char* buffer, unsigned int length) override {
+        std::size_t count = std::min<std::size_t>(length, lob->bytes.size() - position);
+        if (lob->blockSize > 0)
+            count = std::min<std::size_t>(count, lob->blockSize);
+        std::copy_n(lob->bytes.begin() + static_cast<std::ptrdiff_t>(position), count, buffer);
+        position += count;
+        wasRead = true;
+        return static_cast<unsigned int>(count);
+    }
+
+    bool wasRead = false;
+
+  private:
+    const LobCell* lob = nullptr;
+    std::size_t position = 0;
+};
+
+class ScriptField : public qxdb::Field {
+  public:
+    ScriptField(std::shared_ptr<const qxdb::Column> fieldColumn, std::shared_ptr<CurrentRow> currentRow,
+                unsigned int fieldIndex, bool bindAsString)
+        : column(std::move(fieldColumn)),
+          row(std::move(currentRow)),
+          index(fieldIndex),
+          asString(bindAsString) {}
+
+    std::string GetName() override { return column->GetName(); }
+    qxdb::Column::BindType GetType() override {
+        return asString ? qxdb::Column::BindString : column->GetType();
+    }
+    qxdb::DataType::Direction GetDirection() override { return column->GetDirection(); }
+
+    bool IsNull() override {
+        const Cell::Value& value = Value();
+        const LobCell* const lob = std::get_if<LobCell>(&value);
+        if (lob != nullptr)
+            return lob->nullAfterRead && streamRow == row->number && stream.wasRead;
+        return std::holds_alternative<NullCell>(value);
+    }
+
+    qxdb::RawStream* GetStream() override {
+        const LobCell* const lob = std::get_if<LobCell>(&Value());
+        if (lob == nullptr)
+            Refuse("stream");
+        if (streamRow != row->number) {
+            streamRow = row->number;
+            stream.wasRead = false;
+            stream.Start(*lob);
+        }
+        return &stream;
+    }
+
+    qxdb::DynBuffer& GetBuffer() override {
+        const qxdb::DynBuffer* const value = std::get_if<qxdb::DynBuffer>(&Value());
+        if (value == nullptr)
+            Refuse("buffer");
+        buffer = *value;
+        return buffer;
+    }
+
+    std::string AsString() override {
+        return std::visit([](const auto& value) { return Text(value); }, Value());
+    }
+    short AsShort() override { return Number<short>(); }
+    int AsInt() override { return Number<int>(); }
+    long AsLong() override { return Number<long>(); }
+    __int64 AsBigInt() override { return Number<__int64>(); }
+    float AsFloat() override { return Number<float>(); }
+    double AsDouble() override { return Number<double>(); }
+
+    qxdb::Decimal AsDecimal() override {
+        const Cell::Value& value = Value();
+        if (const auto* const decimal = std::get_if<qxdb::Decimal>(&value))
+            return *decimal;
+        if (const auto* const text = std::get_if<std::string>(&value))
+            return qxdb::Decimal(*text);
+        if (std::holds_alternative<float>(value) || std::holds_alternative<double>(value))
+            return qxdb::Decimal(Number<double>());
+        return qxdb::Decimal(Number<__int64>(), 0);
+    }
+
+    qxdb::Timestamp AsTimestamp() override {
+        const qxdb::Timestamp* const value = std::get_if<qxdb::Timestamp>(&Value());
+        if (value == nullptr)
+            Refuse("timestamp");
+        return *value;
+    }
+
+  private:
+    // Throws what a failing cell has.
+    const Cell::Value& Value() {
+        if (row->cells == nullptr || index >= row->cells->size())
+            ThrowErrors("The script has no value for field \"" + GetName() + "\"");
+        const Cell::Value& value = (*row->cells)[index].Get();
+        if (const FailingCell* const failing = std::get_if<FailingCell>(&value))
+            throw failing->errors;
+        return value;
+    }
+
+    template <class T>
+    T Number() {
+        return std::visit(
+            [this](const auto& value) -> T {
+                using V = std::decay_t<decltype(value)>;
+                if constexpr (std::is_arithmetic<V>::value) {
+                    return static_cast<T>(value);
+                } else if constexpr (std::is_same<V, qxdb::Decimal>::value) {
+                    return std::is_integral<T>::value ? static_cast<T>(value.AsBigInt())
+                                                      : static_cast<T>(value.AsDouble());
+                } else {
+                    Refuse("number");
+                }
+            },
+            Value());
+    }
+
+    static std::string Text(const std::string& value) { return value; }
+    static std::string Text(const LobCell& value) { return value.bytes; }
+    static std::string Text(const NullCell&) { return std::string(); }
+    static std::string Text(const FailingCell& value) { throw value.errors; }
+    static std::string Text(const qxdb::Decimal& value) { return value.AsString(false, -1); }
+    static std::string Text(const qxdb::Timestamp& value) { return value.AsString(); }
+    template <class T>
+    static std::string Text(const T& value) {
+        std::ostringstream stream;
+        stream.imbue(std::locale::classic());
+        stream << value;
+        return stream.str();
+    }
+
+    std::shared_ptr<const qxdb::Column> column;
+    std::shared_ptr<CurrentRow> row;
+    unsigned int index;
+    bool asString;
+    CellStream stream;
+    unsigned int streamRow = 0;
+    qxdb::DynBuffer buffer;
+};
+
+class ScriptBinding : public qxdb::BindValueImpl {
+  public:
+    ScriptBinding(const Result& scriptedResult, std::shared_ptr<CurrentRow> currentRow,
+                  std::shared_ptr<State> serverState)
+        : result(scriptedResult), row(std::move(currentRow)), state(std::move(serverState)) {}
+
+    qxdb::Schema GetSchema() override { return qxdb::Schema(result.columns); }
+    void SetIsUnicodeInstance(bool isUnicode) override {
+        if (isUnicode)
+            state->Log("unicode binding");
+    }
+    std::vector<std::unique_ptr<qxdb::Field>> MakeFields(bool bindAsStrings,
+                                                         const qxdb::ExclusionIndex& exclusion) override {
+        std::vector<std::unique_ptr<qxdb::Field>> fields;
+        for (unsigned int i = 0; i < result.columns.size(); ++i) {
+            if (exclusion.count(i) == 0)
+                fields.push_back(std::make_unique<ScriptField>(result.columns[i], row, i, bindAsStrings));
+        }
+        return fields;
+    }
+
+  private:
+    const Result& result;
+    std::shared_ptr<CurrentRow> row;
+    std::shared_ptr<State> state;
+};
+
+class ScriptConnection;
+
+class ScriptProperties : public qxdb::StatementProperties {
+  public:
+    explicit ScriptProperties(std::shared_ptr<State> serverState) : state(std::move(serverState)) {}
+
+    void SetMaxRows(unsigned int rows) override { state->Log("maxrows " + std::to_string(rows)); }
+    void SetNoScan(bool noScan) override { state->Log("noscan " + std::to_string(noScan)); }
+    void SetTimeout(unsigned int seconds) override { state->Log("timeout " + std::to_string(seconds)); }
+    void SetDescribeOnly(bool only) override { state->Log("describeonly " + std::to_string(only)); }
+    void SetExclusionIndex(const std::map<unsigned int, unsigned int>& exclusion) override {
+        std::string line = "exclusion";
+        for (const auto& entry : exclusion)
+            line += " " + std::to_string(entry.first);
+        state->Log(line);
+    }
+    void SetProcParamCount(unsigned int count) override {
+        state->Log("procparamcount " + std::to_string(count));
+    }
+    void SetShowReturnCode(bool show) override { state->Log("showreturncode " + std::to_string(show)); }
+    bool SupportsProperty(Capabilities) override { return true; }
+
+  private:
+    std::shared_ptr<State> state;
+};
+
+class ScriptConnection : public qxdb::ConnectionImpl,
+                         public qxdb::ConnectionProperties,
+                         public std::enable_shared_from_this<ScriptConnection> {
+  public:
+    explicit ScriptConnection(std::shared_ptr<State> serverState) : state(std::move(serverState)) {}
+
+    double GetServerVersionNumber() const override {
+        const std::lock_guard<std::mutex> guard(state->mutex);
+        return state->version;
+    }
+    bool HasUnicodeSupport() const override {
+        const std::lock_guard<std::mutex> guard(state->mutex);
+        return state->unicode;
+    }
+    qxdb::ConnectionProperties& GetProperties() override { return *this; }
+    void SetCallback(qxdb::Callback* newCallback) override {
+        state->Log(newCallback == nullptr ? "callback off" : "callback on");
+        callback = newCallback;
+    }
+    std::shared_ptr<qxdb::StatementImpl> CreateStatement() override;
+    std::shared_ptr<qxdb::ConfigurationParametersImpl> GetConfigurationParameters() override;
+
+    void SetCurrentDatabase(const std::string& name) override {
+        state->Log("database " + name);
+        std::shared_ptr<Errors> errors;
+        {
+            const std::lock_guard<std::mutex> guard(state->mutex);
+            errors = state->databaseErrors;
+        }
+        if (errors)
+            throw Errors(*errors);
+    }
+    void SetTimestampFormat(const std::string& format) override { state->Log("timestamp format " + format); }
+
+    void Send(const qxdb::RawMessage& message) {
+        if (callback != nullptr)
+            callback->HandleRawMessage(message);
+    }
+
+    std::shared_ptr<State> state;
+    qxdb::Callback* callback = nullptr;
+};
+
+class ScriptStatement : public qxdb::StatementImpl, public std::enable_shared_from_this<ScriptStatement> {
+  public:
+    explicit ScriptStatement(std::shared_ptr<ScriptConnection> owner)
+        : connection(std::move(owner)), state(connection->state), properties(connection->state) {}
+
+    void SetStatement(const std::string& sql) override { text = sql; }
+    void Prepare(const std::string& sqlOrName, qxdb::Statement::PrepareType) override { text = sqlOrName; }
+
+    bool Execute() override {
+        step = state->Begin(text);
+        if (step == nullptr)
+            return true;
+        for (const auto& action : step->onExecute)
+            action(connection->callback);
+        if (step->hangs)
+            HangUntilCancel(step->hangEndsByCancel);
+        if (step->failure)
+            throw Errors(*step->failure);
+        return true;
+    }
+
+    bool ResultSetAvailable() override {
+        if (step == nullptr)
+            return false;
+        if (position < step->results.size()) {
+            Result& result = step->results[position];
+            SendOnce(result.messages, position + 1);
+            if (result.availableErrors) {
+                ++position;
+                throw Errors(*result.availableErrors);
+            }
+            return true;
+        }
+        SendOnce(step->messagesAfter, position + 1);
+        if (step->failureAfter) {
+            const Errors errors(*step->failureAfter);
+            step->failureAfter.reset();
+            throw errors;
+        }
+        return false;
+    }
+
+    std::shared_ptr<qxdb::CursorImpl> GetResults() override;
+
+    std::shared_ptr<qxdb::BindValueImpl> Bind() override {
+        return std::make_shared<ScriptBinding>(noParameters, std::make_shared<CurrentRow>(), state);
+    }
+    qxdb::Schema GetBindHint() override { return bindHint; }
+    void SetBindHint(const qxdb::Schema& schema) override { bindHint = schema; }
+    qxdb::StatementProperties& GetProperties() override { return properties; }
+
+    void Cancel() noexcept override {
+        int sleepMs = 0;
+        {
+            const std::lock_guard<std::mutex> guard(state->mutex);
+            state->log.push_back("cancel");
+            ++state->cancels;
+            sleepMs = state->cancelMs;
+        }
+        if (sleepMs > 0)
+            std::this_thread::sleep_for(std::chrono::milliseconds(sleepMs));
+        const std::lock_guard<std::mutex> guard(state->mutex);
+        cancelled = true;
+        state->changed.notify_all();
+    }
+
+    void HangUntilCancel(bool endsByCancel) {
+        if (state->Hang(cancelled, endsByCancel))
+            ThrowErrors("cancelled");
+    }
+
+    std::shared_ptr<ScriptConnection> connection;
+
+  private:
+    void SendOnce(const std::vector<qxdb::RawMessage>& messages, std::size_t stage) {
+        if (sentStage >= stage)
+            return;
+        sentStage = stage;
+        for (const qxdb::RawMessage& message : messages)
+            connection->Send(message);
+    }
+
+    std::shared_ptr<State> state;
+    ScriptProperties properties;
+    Result noParameters;
+    qxdb::Schema bindHint;
+    std::string text;
+    Step* step = nullptr;
+    std::size_t position = 0;
+    std::size_t sentStage = 0;
+    bool cancelled = false;  // guarded by the server's mutex
+};
+
+class ScriptCursor : public qxdb::CursorImpl {
+  public:
+    ScriptCursor(std::shared_ptr<ScriptStatement> owner, const Result& scriptedResult)
+        : statement(std::move(owner)), result(scriptedResult), row(std::make_shared<CurrentRow>()) {}
+
+    bool Fetch() override {
+        const int index = next;
+        for (const Result::RowEvent& event : result.rowEvents) {
+            if (event.row != index)
+                continue;
+            if (event.message)
+                statement->connection->Send(*event.message);
+            if (event.action)
+                event.action();
+            if (event.hangs)
+                statement->HangUntilCancel(true);
+        }
+        ++row->number;
+        if (index >= static_cast<int>(result.rows.size())) {
+            row->cells = nullptr;
+            return false;
+        }
+        row->cells = &result.rows[static_cast<std::size_t>(index)];
+        ++next;
+        return true;
+    }
+    std::shared_ptr<qxdb::BindValueImpl> Bind() override {
+        if (result.atBind && !wasBound) {
+            wasBound = true;
+            result.atBind();
+        }
+        return std::make_shared<ScriptBinding>(result, row, statement->connection->state);
+    }
+    bool IsComputeResultSet() override { return result.isCompute; }
+    unsigned int GetRowCount() override {
+        if (!result.rowCount)
+            ThrowErrors("The result has no row count");
+        return result.rowCount();
+    }
+    qxdb::LobLocator GetLocator(unsigned int fieldIndex, const std::string& table, const std::string& sql,
+                                const std::string& where, bool specific) override {
+        return result.locator ? result.locator(fieldIndex, table, sql, where, specific) : qxdb::LobLocator();
+    }
+
+  private:
+    std::shared_ptr<ScriptStatement> statement;
+    const Result& result;
+    std::shared_ptr<CurrentRow> row;
+    int next = 0;
+    bool wasBound = false;
+};
+
+std::shared_ptr<qxdb::CursorImpl> ScriptStatement::GetResults() {
+    if (step == nullptr || position >= step->results.size())
+        ThrowErrors("No result is available");
+    return std::make_shared<ScriptCursor>(shared_from_this(), step->results[position++]);
+}
+
+std::shared_ptr<qxdb::StatementImpl> ScriptConnection::CreateStatement() {
+    return std::make_shared<ScriptStatement>(shared_from_this());
+}
+
+class ScriptParameter : public qxdb::CfgParameter {
+  public:
+    ScriptParameter(std::string parameterName, std::string parameterValue)
+        : name(std::move(parameterName)), value(std::move(parameterValue)) {}
+    std::string GetName() override { return name; }
+    std::string GetValue() override { return value; }
+
+  private:
+    std::string name;
+    std::string value;
+};
+
+class ScriptConfiguration : public qxdb::ConfigurationParametersImpl {
+  public:
+    explicit ScriptConfiguration(std::shared_ptr<State> serverState) : state(std::move(serverState)) {
+        for (const auto& entry : state->configuration)
+            parameters.emplace_back(entry.first, entry.second);
+    }
+    bool LoadDatabaseParameters(const std::string& databaseName) override {
+        state->Log("load configuration " + databaseName);
+        return state->configurationLoads;
+    }
+    int ParameterCount() override { return static_cast<int>(parameters.size()); }
+    qxdb::CfgParameter& GetParameter(int index) override {
+        const qxdb::CfgParameter& parameter = parameters.at(static_cast<std::size_t>(index));
+        return const_cast<qxdb::CfgParameter&>(parameter);
+    }
+
+  private:
+    std::shared_ptr<State> state;
+    std::deque<ScriptParameter> parameters;
+};
+
+std::shared_ptr<qxdb::ConfigurationParametersImpl> ScriptConnection::GetConfigurationParameters() {
+    return state->hasConfiguration ? std::make_shared<ScriptConfiguration>(state) : nullptr;
+}
+
+class ScriptDriver : public qxdb::Driver {
+  public:
+    ScriptDriver(std::string driverName, qxdb::DBTYPE servedType, ScriptedServer& scriptedServer,
+                 std::vector<std::string>* definitionLog)
+        : name(std::move(driverName)), type(servedType), server(scriptedServer), definitions(definitionLog) {}
+
+    std::string GetName() const override { return name; }
+    bool Serves(qxdb::DBTYPE asked) const override { return asked == type; }
+    std::shared_ptr<qxdb::ConnectionImpl> Connect(const qxdb::ConnectionDef& definition) override {
+        if (definitions != nullptr) {
+            definitions->push_back(std::to_string(definition.GetType()) + "|" + definition.GetDataSource() +
+                                   "|" + definition.GetUser() + "|" + definition.GetPassword() + "|" +
+                                   definition.GetDriverName() + "|" + definition.GetOptions());
+        }
+        return server.MakeConnection();
+    }
+
+  private:
+    std::string name;
+    qxdb::DBTYPE type;
+    ScriptedServer& server;
+    std::vector<std::string>* definitions;
+};
+
+}  // namespace
+
+ScriptedServer::ScriptedServer() : state(std::make_shared<State>()) {}
+
+ScriptedServer::~ScriptedServer() {
+    Release();
+    if (!verified)
+        Verify();
+}
+
+void ScriptedServer::SetVersion(double version) {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    state->version = version;
+}
+
+void ScriptedServer::SetUnicode(bool unicode) {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    state->unicode = unicode;
+}
+
+void ScriptedServer::FailSetCurrentDatabase(Errors errors) {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    state->databaseErrors = std::make_shared<Errors>(errors);
+}
+
+void ScriptedServer::SetConfiguration(std::vector<std::pair<std::string, std::string>> parameters,
+                                      bool loads) {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    state->configuration = std::move(parameters);
+    state->hasConfiguration = true;
+    state->configurationLoads = loads;
+}
+
+Step& ScriptedServer::Expect(const std::string& sql) {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    verified = false;
+    state->steps.emplace_back(sql);
+    return state->steps.back();
+}
+
+void ScriptedServer::AcceptOthers() {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    state->acceptOthers = true;
+}
+
+std::shared_ptr<qxdb::ConnectionImpl> ScriptedServer::MakeConnection() {
+    return std::make_shared<ScriptConnection>(state);
+}
+
+qxdb::Connection ScriptedServer::Connect() {
+    return qxdb::Connection(MakeConnection());
+}
+
+void ScriptedServer::Release() {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    state->released = true;
+    state->changed.notify_all();
+}
+
+void ScriptedServer::SetCancelTakesMs(int milliseconds) {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    state->cancelMs = milliseconds;
+}
+
+bool ScriptedServer::WaitForExecutions(int count) {
+    std::unique_lock<std::mutex> guard(state->mutex);
+    return state->changed.wait_for(guard, LongestWait,
+                                   [&] { return static_cast<int>(state->executed.size()) >= count; });
+}
+
+bool ScriptedServer::WaitForHang() {
+    std::unique_lock<std::mutex> guard(state->mutex);
+    return state->changed.wait_for(guard, LongestWait, [&] { return state->hanging > 0; });
+}
+
+std::vector<std::string> ScriptedServer::Log() const {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    return state->log;
+}
+
+std::vector<std::string> ScriptedServer::Executed() const {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    return state->executed;
+}
+
+int ScriptedServer::CancelCount() const {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    return state->cancels;
+}
+
+std::string ScriptedServer::Problems() const {
+    return state->AllProblems();
+}
+
+void ScriptedServer::Verify() {
+    verified = true;
+    const std::string problems = Problems();
+    if (!problems.empty())
+        ADD_FAILURE() << problems;
+}
+
+void RegisterScriptedDriver(const std::string& name, qxdb::DBTYPE type, ScriptedServer& server,
+                            std::vector<std::string>* definitions) {
+    qxdb::Manager::Instance().RegisterDriver(std::make_shared<ScriptDriver>(name, type, server, definitions));
+}
+
+}  // namespace qxtest
