@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string>
 
 #include "platform/export.h"
@@ -17,7 +16,7 @@ class QXSENG2_API FaultInjector {
     virtual ~FaultInjector();
     virtual bool RefuseCreate() = 0;
     virtual bool RefuseResize(__int64 newSize) = 0;
-    // Also asked by FileMapping::Open, with the whole size at offset 0.
+    // Also asked by FileMapping::Open, with offset 0 and size 0.
     virtual bool RefuseMap(__int64 offset, std::size_t size) = 0;
 };
 
@@ -61,9 +60,10 @@ class QXSENG2_API TempFile {
 
 // Views of a temporary file. One thread at a time (views themselves are plain memory).
 //
-// The address range of the whole file is set aside once in Open; a view is a slice of it, so that mapping and
-// unmapping 64 KiB costs one system call or none. An unmapped view gives its resident memory back to the
-// system; its content stays in the file. Offsets and sizes are bytes, in multiples of ViewGranularity.
+// The address range of the whole file is set aside once in Open; a view is a slice of it, so that mapping
+// again what was written before costs no change of the address map. Where the system refuses such a range
+// (a small address space), each view is mapped by itself. An unmapped view gives its resident memory back to
+// the system; its content stays in the file. Offsets are bytes, in multiples of ViewGranularity.
 class QXSENG2_API FileMapping {
   public:
     static constexpr std::size_t ViewGranularity = 65536;
@@ -74,8 +74,8 @@ class QXSENG2_API FileMapping {
     FileMapping& operator=(const FileMapping&) = delete;
 
     // Grows the file to `mappedSize` if it is smaller (TempFile::Resize) and makes that range mappable. The
-    // file must outlive the mapping. False when the space or the addresses are refused; the mapping is closed
-    // then. REQUIRES: not open.
+    // file must outlive the mapping. False when the space is refused; the mapping is closed then.
+    // REQUIRES: not open.
     bool Open(TempFile& file, __int64 mappedSize);
     bool IsOpen() const;
     // Bytes that can be mapped.
@@ -83,17 +83,21 @@ class QXSENG2_API FileMapping {
     // Invalidates all views. Nothing when not open.
     void Close();
 
-    // The view's first byte, or null when the system refuses, the range leaves the mapping or is misaligned.
-    // Views of the same range share their bytes. `fresh` says that the range will be written from its
-    // beginning to its end soon: its memory is then brought in at once, which is cheaper than one fault for
-    // each piece.
+    // The view's first byte, or null when the system refuses, the range leaves the mapping, `size` is 0 or
+    // the offset is misaligned. Views of the same range share their bytes. With `fresh` the range holds
+    // nothing worth keeping and is about to be written: its bytes are 0 then, and its memory is brought in at
+    // once, many times cheaper than one fault for each piece. Other views are brought in by touching them.
     void* MapView(__int64 offset, std::size_t size, bool fresh = false);
-    // A view from MapView, with its size. Its bytes are in the file afterwards.
+    // A view from MapView, with its size; null is ignored. Its bytes are in the file afterwards.
     void UnmapView(void* view, std::size_t size);
 
   private:
-    unsigned char* base = nullptr;
+    TempFile* file = nullptr;
     __int64 mappedSize = 0;
+    unsigned char* base =
+        nullptr;               // of the whole range, at a multiple of ViewGranularity; null: single views
+    void* reserved = nullptr;  // what `base` was cut from
+    std::size_t reservedSize = 0;
 };
 
 }  // namespace qxos

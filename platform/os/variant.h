@@ -53,7 +53,7 @@ class QXSENG2_API _variant_t {
 
     _variant_t();
     _variant_t(bool value);                        // VT_BOOL
-    _variant_t(long value);                        // VT_I4
+    _variant_t(long value);                        // VT_I4; stored whole where long is wider
     _variant_t(int value, VARTYPE type = VT_INT);  // VT_INT or VT_I4
     _variant_t(double value);                      // VT_R8
     _variant_t(const char* value);                 // VT_BSTR
@@ -76,11 +76,11 @@ class QXSENG2_API _variant_t {
     void Clear();
 
   private:
-    int AsInt() const;
+    long AsLong() const;
     double AsDouble() const;
 
     union {
-        int intValue;  // VT_I4, VT_INT; VT_BOOL as -1 or 0
+        long wholeValue;  // VT_I4, VT_INT; VT_BOOL as -1 or 0
         double doubleValue;
     };
     _bstr_t textValue;

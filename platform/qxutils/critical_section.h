@@ -9,17 +9,6 @@
 
 namespace qxutils {
 
-// Lets tests refuse a lock at the moment they choose.
-class QXSENG2_API LockFaultInjector {
-  public:
-    virtual ~LockFaultInjector();
-    // Called on the locking thread before each Lock; true makes that Lock return false.
-    virtual bool RefuseLock(const void* lock) = 0;
-};
-
-// Process-wide, not owned; null removes it. Set and removed while no other thread takes a lock.
-QXSENG2_API void SetLockFaultInjector(LockFaultInjector* injector);
-
 // Mutual exclusion; recursive on one thread. Any thread. Not held when it is destroyed.
 class QXSENG2_API CriticalSection {
   public:

@@ -45,7 +45,7 @@ class QXSENG2_API RecursiveReadWriteLock {
     void ReleaseRead();
     void ReleaseWrite(bool keepRead);
     bool LeaveReadQueue(std::uint64_t phase);
-    bool LeaveWriteQueue(bool handoff);
+    void LeaveWriteQueue(bool handoff);
     void WakeSleepers();
 
     std::atomic<std::uint64_t> state{0};  // layout in read_write_lock.cpp
