@@ -116,11 +116,6 @@ bool TempFile::Resize(__int64 newSize) {
         if (::ftruncate(descriptor, static_cast<off_t>(newSize)) != 0) {
             return false;
         }
-        const auto kept =
-            static_cast<std::size_t>(newSize / static_cast<__int64>(FileMapping::ViewGranularity));
-        if (broughtIn.size() > kept) {
-            broughtIn.resize(kept);
-        }
     } else if (newSize > size) {
         if (::posix_fallocate(descriptor, static_cast<off_t>(size), static_cast<off_t>(newSize - size)) !=
             0) {
