@@ -83,8 +83,8 @@ class QXSENG2_API CacheFileAlloc {
     int mappedCount = 0;
 
   private:
-    bool TakeFreeBlock(AllocBlock& block, int size);
-    void* MapPage(AllocBlock& block, int size);
+    void TakeFreeBlock(AllocBlock& block, int size);
+    void* MapPage(AllocBlock& block, int size, bool fresh);
 
     int viewSize = 0;  // bytes of every view; one allocator has pages of one size
 };

@@ -48,7 +48,6 @@ class QXSENG2_API DecimalStorage : public ColumnSetStorage {
     static void AppendText(const qxdb::Decimal& value, char decimalPoint, int precision, std::string& out);
 
     VarLengthStorage values;
-    int scaleBytes;
     int precision;
     // Kept so that a comparison or an insertion allocates as little as possible.
     std::string scratch1;

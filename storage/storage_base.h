@@ -104,6 +104,9 @@ class StorageBase {
 
     SizeType Size() const { return size; }
 
+    // Takes items off the end until there are `newSize`. Gives no memory back. REQUIRES: newSize <= Size().
+    void ShrinkTo(SizeType newSize) { size = tailEnd = newSize; }
+
     // Gives all pages back. Only ahead of destruction: chunks and capacity stay.
     void Clear() {
         size = 0;

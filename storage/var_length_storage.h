@@ -25,15 +25,16 @@ class QXSENG2_API VarLengthStorage {
     VarLengthStorage& operator=(const VarLengthStorage&) = delete;
     ~VarLengthStorage();
 
-    // Throws std::bad_alloc; no value is appended then, though its bytes may stay in the pool, unreachable.
+    // Throws std::bad_alloc; nothing is appended then.
     void Append(const char* data, std::size_t length) {
-        bytes.Write(data, static_cast<__int64>(length));
-        PushOffset();
-    }
-    // A value in two pieces.
-    void Append(const char* head, std::size_t headLength, const char* rest, std::size_t restLength) {
-        bytes.Write(head, static_cast<__int64>(headLength));
-        Append(rest, restLength);
+        const __int64 before = bytes.Size();
+        try {
+            bytes.Write(data, static_cast<__int64>(length));
+            PushOffset();
+        } catch (...) {
+            bytes.ShrinkTo(before);
+            throw;
+        }
     }
 
     int Count() const { return offsets.Size() + static_cast<int>(bigOffsets.Size()) - 1; }
@@ -93,9 +94,9 @@ class QXSENG2_API VarLengthStorage {
             bigOffsets.PushBack(end);
     }
     // Entry of the logical table; 0 beyond its end.
-    __int64 Offset(int n) {
-        return n < offsets.Size() ? offsets.GetItem(n)
-                                  : bigOffsets.GetItem(static_cast<__int64>(n) - offsets.Size());
+    __int64 Offset(__int64 n) {
+        return n < offsets.Size() ? offsets.GetItem(static_cast<int>(n))
+                                  : bigOffsets.GetItem(n - offsets.Size());
     }
     Place Find(int i);
     bool ViewInPlace(const Place& place, std::string_view& view);
