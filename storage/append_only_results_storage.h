@@ -124,19 +124,23 @@ class QXSENG2_API AppendOnlyResultsStorage : public DataContainer {
     int GetRowFromIndex(int index, int rs, int row);
 
   private:
-    class ReadAccess;
     struct HeldGuards;
 
     ResultSetStorage& ResultSet(int rs) { return resultSets.at(static_cast<std::size_t>(rs)); }
     ColumnSetStorage& Column(int rs, int col) {
         return *ResultSet(rs).columns.at(static_cast<std::size_t>(col));
     }
+    // The view's array, null while it is the identity.
+    static RowIndexArray* FindRows(ResultSetStorage& set, int index);
+    static int Translate(ResultSetStorage& set, int index, int row);
     // The cell's column and, in `row`, its physical row.
     ColumnSetStorage& Cell(int index, int rs, int& row, int col);
     RowIndexArray& OpenRows(ResultSetStorage& set, int index);
     void InsertNewRow(int rs);
-    void SortRows(ResultSetStorage& set, RowIndexArray& rows, const std::vector<DataSort>& keys, int option);
-    void RemoveEntries(int index);
+    static void SortRows(ResultSetStorage& set, RowIndexArray& rows, const std::vector<DataSort>& keys,
+                         int option);
+    void RemoveClosedViews();
+    HeldGuards& OwnGuards();
 
     std::deque<ResultSetStorage> resultSets;  // never empty: the first element waits for the first result set
     int resultSetCount;
@@ -144,6 +148,8 @@ class QXSENG2_API AppendOnlyResultsStorage : public DataContainer {
     qxutils::RecursiveReadWriteLock rowsLock;
     std::recursive_timed_mutex mapLock;
     std::string cellText;  // VisitRow's scratch, guarded by mapLock
+
+    std::vector<int> closedViews;  // their entries still stand; guarded by indexLock
 
     std::mutex heldLock;  // guards `held` only
     std::map<std::thread::id, std::unique_ptr<HeldGuards>> held;

@@ -7,8 +7,8 @@
 
 namespace qxdbsqlengine {
 
-// Called by DataContainer::VisitRow on the visiting thread, with the container's read lock held. The callee
-// must not change the container (sort, hide, insert); reading it is allowed.
+// Called by DataContainer::VisitRow on the visiting thread, with the container's locks held: the callee must
+// not call the container. What it throws goes to the caller of VisitRow.
 struct QXSENG2_API CellSink {
     virtual ~CellSink() = default;
     // `position`: 0-based place in the list of columns asked for. `text` is valid during the call only; for a

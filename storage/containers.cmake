@@ -1,7 +1,7 @@
 # The results container, its handle and the sort.
 list(APPEND STORAGE_SOURCES
   append_only_results_storage.cpp
-  append_only_results_storage_sort.cpp
+  append_only_results_storage_views.cpp
   complex_type.cpp
   data_container.cpp
   data_edit.cpp

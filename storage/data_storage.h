@@ -131,7 +131,6 @@ class QXSENG2_API DataStorage {
     friend class RowIterator;
 
     void Release();
-    static void ThrowDataEditException();
 
     DataContainer* container;
     int indexId;

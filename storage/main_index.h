@@ -15,7 +15,7 @@ class MainIndex : public StorageBase<int, int, 65536> {
   public:
     explicit MainIndex(StorageAlloc<65536>& allocator);
 
-    int Size() const;
+    using StorageBase<int, int, 65536>::Size;
     // The physical row at `pos`; the shared zero item when out of range. Valid until the next call.
     int& GetMappedValue(const int& pos);
     // The first position of `physical`, Size() when it is not there. Linear.
@@ -25,7 +25,8 @@ class MainIndex : public StorageBase<int, int, 65536> {
     int AddRow();
     // The same, at position `pos` (0 to Size()); later rows move up.
     int InsertRow(int pos);
-    // Takes position `pos` (0 to Size() - 1) out; later rows move down. Returns the physical row, now free.
+    // Takes position `pos` out; later rows move down. Returns the physical row, now free; -1, and nothing
+    // happens, when there is no such position.
     int DeleteRow(const int& pos);
 
     // True when the last AddRow or InsertRow handed out a physical row that the columns do not have yet.
@@ -36,7 +37,6 @@ class MainIndex : public StorageBase<int, int, 65536> {
     void CalcNextOpen();
 
   private:
-    StorageAlloc<65536>& alloc;
     int nextOpen;
     bool valueInserted;
     int physicalRows;  // how many physical rows were ever handed out

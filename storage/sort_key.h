@@ -21,6 +21,7 @@
 #include <string>
 
 #include "platform/int64.h"
+#include "storage/natural_compare.h"
 
 namespace qxdb {
 class Decimal;
@@ -118,20 +119,20 @@ class SortKeySource {
     ~SortKeySource() = default;
 };
 
-// Natural order of texts. Any thread; the lower-case table is that of the default locale when it was made.
+// Natural order of texts. For the calling thread only, and while the default locale stays.
 class TextSortKey {
   public:
     TextSortKey();
 
     void Append(SortKeySource& source, SortKeyPosition& position, std::size_t maxBytes,
                 std::string& out) const;
-    // The part at the start of a short text, fast: the first 12 bytes of the key of `text`, zeros behind the
-    // end. `whole`: nothing follows `text` in the value. False, and nothing usable in `part`, when more text
-    // is needed.
+    // The part at the start of a text, fast: the first 12 bytes of the key of `text`, zeros behind the end.
+    // `whole`: nothing follows `text` in the value. False, and nothing usable in `part`, when more text is
+    // needed; with `whole` it is always true.
     bool FirstPart(const char* text, std::size_t length, bool whole, unsigned char* part) const;
 
   private:
-    unsigned char folded[256];
+    const FoldTable& fold;
 };
 
 void AppendBytesSortKey(SortKeySource& source, SortKeyPosition& position, std::size_t maxBytes,

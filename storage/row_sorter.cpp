@@ -1,0 +1,368 @@
+#include "storage/row_sorter.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <numeric>
+#include <utility>
+
+namespace qxdbsqlengine {
+
+namespace {
+
+using Rows = StorageBase<int, int, 65536>;
+
+constexpr std::uint64_t LowHalf = 0xFFFFFFFFULL;
+constexpr std::size_t PartBytes = 12;
+constexpr std::size_t RankedPartBytes = 8;
+// From this byte of the key on, ties are settled group by group: reading keys from their start costs more
+// than jumping between pages.
+constexpr std::size_t DeepFrom = 60;
+// Groups up to this size are settled by their whole keys.
+constexpr std::size_t SmallGroup = 16;
+constexpr std::size_t FirstChunk = 64;
+constexpr std::size_t LastChunk = 65536;
+
+std::size_t RankOf(const SortItem& item) {
+    return static_cast<std::size_t>(item.high >> 32);
+}
+
+// Length of the key of fixed-size values; 0 for keys that end with a zero byte.
+std::size_t KeyLength(ColumnSetStorage& column) {
+    switch (column.GetDataType()) {
+        case DataTypeShort:
+        case DataTypeInt:
+        case DataTypeLong:
+        case DataTypeInt64:
+        case DataTypeFloat:
+        case DataTypeDouble:
+            return 8;
+        case DataTypeTimestamp:
+            return 16;
+        default:
+            return 0;
+    }
+}
+
+void SortItems(std::vector<SortItem>& items, std::size_t first, std::size_t last) {
+    const auto begin = items.begin() + static_cast<std::ptrdiff_t>(first);
+    const auto end = items.begin() + static_cast<std::ptrdiff_t>(last);
+    if (!std::is_sorted(begin, end))
+        std::sort(begin, end);
+}
+
+// Merges runs of doubling length. A comparison that contradicts itself gives some order and nothing worse.
+template <class Before>
+void MergeSort(std::vector<int>& rows, const Before& before) {
+    std::vector<int> merged(rows.size());
+    for (std::size_t width = 1; width < rows.size(); width *= 2) {
+        for (std::size_t start = 0; start < rows.size(); start += 2 * width) {
+            std::size_t left = start;
+            const std::size_t middle = std::min(start + width, rows.size());
+            std::size_t right = middle;
+            const std::size_t end = std::min(start + 2 * width, rows.size());
+            for (std::size_t to = start; to < end; ++to) {
+                const bool takeRight = left == middle || (right < end && before(rows[right], rows[left]));
+                merged[to] = takeRight ? rows[right++] : rows[left++];
+            }
+        }
+        rows.swap(merged);
+    }
+}
+
+}  // namespace
+
+// Tells whether one physical row goes before another.
+class RowSorter::Comparator {
+  public:
+    Comparator(const std::vector<SortColumn>& sortColumns, NullIndicator& nulls, int option)
+        : columns(sortColumns), nullIndicator(nulls), sortOption(option) {}
+
+    bool operator()(int a, int b) const {
+        for (const SortColumn& by : columns) {
+            const bool aNull = nullIndicator.IsNull(by.number, a);
+            const bool bNull = nullIndicator.IsNull(by.number, b);
+            int c;
+            if (aNull || bNull)
+                c = static_cast<int>(bNull) - static_cast<int>(aNull);
+            else
+                c = by.column->CompareItems(a, b, sortOption);
+            if (c != 0)
+                return (c < 0) == by.ascending;
+        }
+        return false;
+    }
+
+  private:
+    const std::vector<SortColumn>& columns;
+    NullIndicator& nullIndicator;
+    int sortOption;
+};
+
+RowSorter::RowSorter(std::vector<SortColumn> sortColumns, NullIndicator* nulls, int option)
+    : columns(std::move(sortColumns)), nullIndicator(nulls), sortOption(option) {}
+
+RowSorter::~RowSorter() = default;
+
+void RowSorter::Sort(Rows& rows, int rowCount) {
+    if (sortOption != 0 && !columns.empty())
+        SortByComparison(rows);
+    else
+        SortByKeys(rows, rowCount);
+}
+
+void RowSorter::SortByComparison(Rows& rows) {
+    std::vector<int> order(static_cast<std::size_t>(rows.Size()));
+    rows.Read(0, order.data(), rows.Size());
+    const auto before = std::make_unique<Comparator>(columns, *nullIndicator, sortOption);
+    MergeSort(order, *before);
+    for (std::size_t i = 0; i < order.size(); ++i)
+        rows.GetItem(static_cast<int>(i)) = order[i];
+}
+
+void RowSorter::SortByKeys(Rows& rows, int rowCount) {
+    ListRows(rows, rowCount);
+    Mark(0, items.size(), 0, EqualSoFar);
+    for (const SortColumn& by : columns) {
+        open = KeepOpen(EqualSoFar);
+        if (open == 0)
+            break;
+        SortColumnKeys(by);
+    }
+    PlaceEqual();
+    for (std::size_t i = 0; i < items.size(); ++i)
+        rows.GetItem(static_cast<int>(i)) = static_cast<int>(items[i].Row());
+}
+
+// One item for each row of the array, in physical order.
+void RowSorter::ListRows(Rows& rows, int rowCount) {
+    const int count = rows.Size();
+    items.resize(static_cast<std::size_t>(count));
+    open = items.size();
+    for (int i = 0; i < count; ++i)
+        items[static_cast<std::size_t>(i)] = {
+            0,
+            static_cast<std::uint64_t>(static_cast<std::uint32_t>(count == rowCount ? i : rows.GetItem(i)))};
+    SortItems(items, 0, items.size());
+}
+
+void RowSorter::Mark(std::size_t first, std::size_t last, std::size_t rank, State state) {
+    for (std::size_t i = first; i < last; ++i) {
+        items[i].high = (static_cast<std::uint64_t>(rank) << 32) | state;
+        items[i].low = items[i].Row();
+    }
+}
+
+// Brings the items of this state to the front, in their order, and returns how many there are.
+std::size_t RowSorter::KeepOpen(State state) {
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if ((items[i].high & LowHalf) == state)
+            std::swap(items[kept++], items[i]);
+    }
+    return kept;
+}
+
+bool RowSorter::IsOneGroup() const {
+    return std::all_of(items.begin(), items.begin() + static_cast<std::ptrdiff_t>(open),
+                       [this](const SortItem& item) { return RankOf(item) == RankOf(items.front()); });
+}
+
+void RowSorter::OrderOpenByRow() {
+    const auto begin = items.begin();
+    const auto end = begin + static_cast<std::ptrdiff_t>(open);
+    const auto byRow = [](const SortItem& a, const SortItem& b) { return a.Row() < b.Row(); };
+    if (!std::is_sorted(begin, end, byRow))
+        std::sort(begin, end, byRow);
+}
+
+// Settles the open items by one column. Afterwards all are placed or equal in it.
+void RowSorter::SortColumnKeys(const SortColumn& by) {
+    if (!nullIndicator->IsUnused())
+        SplitNulls(by);
+    std::size_t depth = 0;
+    while (open > 0 && depth < DeepFrom) {
+        const std::size_t part = IsOneGroup() ? PartBytes : RankedPartBytes;
+        SortPart(by, depth);
+        depth += part;
+    }
+    if (open > 0)
+        SortDeep(by, depth);
+}
+
+// Nulls are equal among themselves, and less than all values.
+void RowSorter::SplitNulls(const SortColumn& by) {
+    OrderOpenByRow();
+    SortKeySink sink(items.data(), open, 0, true, by.ascending);
+    bool any = false;
+    for (std::size_t i = 0; i < open; ++i) {
+        const bool isNull = nullIndicator->IsNull(by.number, sink.Row(i));
+        any = any || isNull;
+        // No zero byte at the end of the values' part: they stay open.
+        sink.Put(i, isNull ? 0 : ~0ULL, 0);
+    }
+    SortItems(items, 0, open);
+    SplitRuns(0, open, true, 0, by.ascending, 0);
+    if (any)
+        open = KeepOpen(Open);
+}
+
+// Goes by the part of the keys at `depth`: 12 bytes when all open items are one group, else 8 behind the
+// ranks.
+void RowSorter::SortPart(const SortColumn& by, std::size_t depth) {
+    OrderOpenByRow();
+    const bool ranked = !IsOneGroup();
+    const std::size_t base = RankOf(items.front());
+    SortKeySink sink(items.data(), open, depth, ranked, by.ascending);
+    by.column->PutSortKeys(sink);
+    SortItems(items, 0, open);
+    const std::size_t length = KeyLength(*by.column);
+    SplitRuns(0, open, ranked, base, by.ascending, length > depth ? length - depth : 0);
+    open = KeepOpen(Open);
+}
+
+// Ranks sorted items by their keys and marks them: placed where a key is alone, equal where the keys of a run
+// end with this part, else open. `lengthLeft`: bytes that fixed-size keys have from this part on, 0 for other
+// keys.
+void RowSorter::SplitRuns(std::size_t first, std::size_t last, bool ranked, std::size_t base, bool ascending,
+                          std::size_t lengthLeft) {
+    const std::uint64_t mask = ascending ? 0 : 0xFF;
+    const std::size_t part = ranked ? RankedPartBytes : PartBytes;
+    std::size_t groupFirst = first;
+    std::size_t groupRank = ranked && first < last ? RankOf(items[first]) : base;
+    for (std::size_t i = first; i < last;) {
+        const std::uint64_t high = items[i].high;
+        const std::uint64_t low = items[i].low >> 32;
+        if (ranked && (high >> 32) != groupRank) {
+            groupFirst = i;
+            groupRank = static_cast<std::size_t>(high >> 32);
+        }
+        std::size_t end = i + 1;
+        while (end < last && items[end].high == high && (items[end].low >> 32) == low)
+            ++end;
+        const bool ended = lengthLeft > 0 ? part >= lengthLeft : ((low ^ mask) & 0xFF) == 0;
+        const State state = end - i == 1 ? Placed : ended ? EqualSoFar : Open;
+        Mark(i, end, groupRank + (i - groupFirst), state);
+        i = end;
+    }
+}
+
+void RowSorter::SortDeep(const SortColumn& by, std::size_t depth) {
+    SortItems(items, 0, open);
+    std::vector<Group> todo;
+    for (std::size_t i = 0; i < open;) {
+        std::size_t end = i + 1;
+        while (end < open && items[end].high == items[i].high)
+            ++end;
+        todo.push_back({i, end, RankOf(items[i]), {0, depth}});
+        i = end;
+        while (!todo.empty()) {
+            Group group = todo.back();
+            todo.pop_back();
+            SortGroup(by, group, todo);
+        }
+    }
+    open = 0;
+}
+
+void RowSorter::SortGroup(const SortColumn& by, Group group, std::vector<Group>& todo) {
+    if (group.last - group.first <= SmallGroup) {
+        SortSmallGroup(by, group);
+        return;
+    }
+    if (!SkipCommon(*by.column, group)) {
+        Mark(group.first, group.last, group.rank, EqualSoFar);
+        return;
+    }
+    SortKeySink sink(&items[group.first], group.last - group.first, 0, false, by.ascending);
+    for (std::size_t i = 0; i < sink.Count(); ++i) {
+        SortKeyPosition position = group.position;
+        text.clear();
+        by.column->AppendSortKey(sink.Row(i), position, PartBytes, text);
+        text.resize(PartBytes, '\0');
+        sink.PutBytes(i, reinterpret_cast<const unsigned char*>(text.data()));
+    }
+    SortItems(items, group.first, group.last);
+    SplitRuns(group.first, group.last, false, group.rank, by.ascending, 0);
+    for (std::size_t i = group.first; i < group.last;) {
+        std::size_t end = i + 1;
+        while (end < group.last && items[end].high == items[i].high)
+            ++end;
+        if ((items[i].high & LowHalf) == Open) {
+            Group next = {i, end, RankOf(items[i]), group.position};
+            text.clear();
+            by.column->AppendSortKey(static_cast<int>(items[i].Row()), next.position, PartBytes, text);
+            todo.push_back(next);
+        }
+        i = end;
+    }
+}
+
+// Moves the group's position over the bytes that all its keys share. False when that is all of them.
+bool RowSorter::SkipCommon(ColumnSetStorage& column, Group& group) {
+    const int first = static_cast<int>(items[group.first].Row());
+    std::string shared;
+    for (std::size_t chunk = FirstChunk;; chunk = std::min(chunk * 2, LastChunk)) {
+        shared.clear();
+        SortKeyPosition behind = group.position;
+        column.AppendSortKey(first, behind, chunk, shared);
+        const bool ended = shared.size() < chunk || shared.back() == '\0';
+        std::size_t common = shared.size();
+        for (std::size_t i = group.first + 1; i < group.last && common > 0; ++i) {
+            SortKeyPosition position = group.position;
+            text.clear();
+            column.AppendSortKey(static_cast<int>(items[i].Row()), position, common, text);
+            const auto differs = std::mismatch(text.begin(), text.end(), shared.begin());
+            common = static_cast<std::size_t>(differs.first - text.begin());
+        }
+        if (common < shared.size()) {
+            text.clear();
+            column.AppendSortKey(first, group.position, common, text);
+            return true;
+        }
+        if (ended)
+            return false;
+        group.position = behind;
+    }
+}
+
+void RowSorter::SortSmallGroup(const SortColumn& by, const Group& group) {
+    std::vector<std::pair<std::string, std::uint32_t>> keys;
+    for (std::size_t i = group.first; i < group.last; ++i) {
+        keys.emplace_back(std::string(), items[i].Row());
+        SortKeyPosition position = group.position;
+        by.column->AppendSortKey(static_cast<int>(items[i].Row()), position, std::string::npos,
+                                 keys.back().first);
+    }
+    std::sort(keys.begin(), keys.end(), [&by](const auto& a, const auto& b) {
+        const int c = a.first.compare(b.first);
+        return c != 0 ? (c < 0) == by.ascending : a.second < b.second;
+    });
+    for (std::size_t i = 0; i < keys.size();) {
+        std::size_t end = i + 1;
+        while (end < keys.size() && keys[end].first == keys[i].first)
+            ++end;
+        for (std::size_t k = i; k < end; ++k)
+            items[group.first + k].low = keys[k].second;
+        Mark(group.first + i, group.first + end, group.rank + i, end - i == 1 ? Placed : EqualSoFar);
+        i = end;
+    }
+}
+
+// Rows that no column told apart get their places by row; then every item goes to its place.
+void RowSorter::PlaceEqual() {
+    open = KeepOpen(EqualSoFar);
+    SortItems(items, 0, open);
+    for (std::size_t i = 0; i < open;) {
+        const std::size_t rank = RankOf(items[i]);
+        for (std::size_t place = rank; i < open && RankOf(items[i]) == rank; ++i, ++place)
+            items[i].low |= static_cast<std::uint64_t>(place) << 32;
+    }
+    for (std::size_t i = open; i < items.size(); ++i)
+        items[i].low |= static_cast<std::uint64_t>(RankOf(items[i])) << 32;
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        for (std::size_t place = items[i].low >> 32; place != i; place = items[i].low >> 32)
+            std::swap(items[i], items[place]);
+    }
+}
+
+}  // namespace qxdbsqlengine
