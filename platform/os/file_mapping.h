@@ -49,6 +49,8 @@ class QXSENG2_API TempFile {
     bool Resize(__int64 newSize);
     // Closes and removes the file; nothing when not open.
     void Close();
+    // Closes the file and leaves it to the caller, who removes it. Returns its path.
+    std::string Keep();
 
   private:
     friend class FileMapping;

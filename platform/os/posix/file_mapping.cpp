@@ -128,6 +128,17 @@ bool TempFile::Resize(__int64 newSize) {
     return true;
 }
 
+std::string TempFile::Keep() {
+    if (descriptor >= 0) {
+        ::close(descriptor);
+        descriptor = -1;
+    }
+    size = 0;
+    std::string kept;
+    kept.swap(path);
+    return kept;
+}
+
 void TempFile::Close() {
     if (descriptor >= 0) {
         ::unlink(path.c_str());
