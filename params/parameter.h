@@ -37,7 +37,7 @@ class QXSENG2_API Parameter {
     // afterwards. Throws QXException, "Type not supported exception", for a type above BindOtherString.
     Parameter(std::string name, BindType type, Direction direction, unsigned int size, unsigned int length);
     Parameter(BindType type, Direction direction, unsigned int size, unsigned int length);
-    // Name, default value, type, direction and value; null and default stay what they are.
+    // Name, default value, type, direction, date-time format and value; null and default stay what they are.
     Parameter(const Parameter& other);
     // Takes over the value only (null and default as such), converted into this parameter's type; name, type
     // and direction stay. A null or default timestamp hands over its date-time format too.
@@ -112,7 +112,7 @@ class QXSENG2_API Parameter {
     template <class T>
     void SetWhole(T value);
     template <class T>
-    void SetFloating(T value);
+    void SetNumber(T value);
 
     std::unique_ptr<ParameterBaseImpl> impl;
 };
