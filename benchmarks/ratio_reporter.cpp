@@ -5,8 +5,8 @@
 
 namespace qxbench {
 
-RatioReporter::RatioReporter(std::vector<Budget> budgets)
-    : benchmark::ConsoleReporter(OO_None), budgets(std::move(budgets)) {}
+RatioReporter::RatioReporter(std::vector<Budget> limits)
+    : benchmark::ConsoleReporter(OO_None), budgets(std::move(limits)) {}
 
 void RatioReporter::ReportRuns(const std::vector<Run>& runs) {
     ConsoleReporter::ReportRuns(runs);

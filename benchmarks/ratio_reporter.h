@@ -20,7 +20,7 @@ struct Budget {
 // Shows the usual table of the runs, then the ratios with their budgets.
 class RatioReporter : public benchmark::ConsoleReporter {
   public:
-    explicit RatioReporter(std::vector<Budget> budgets);
+    explicit RatioReporter(std::vector<Budget> limits);
     void ReportRuns(const std::vector<Run>& runs) override;
     void Finalize() override;
 

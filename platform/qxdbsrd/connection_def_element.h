@@ -14,13 +14,13 @@ namespace qxdbsrd {
 class QXSENG2_API ConnectionDefElement {
   public:
     ConnectionDefElement() = default;
-    ConnectionDefElement(qxdb::DBTYPE type, std::string dataSourceName, double serverVersion,
-                         std::string userName, std::string password)
+    ConnectionDefElement(qxdb::DBTYPE type, std::string dataSource, double version, std::string user,
+                         std::string secret)
         : dbType(type),
-          dataSourceName(std::move(dataSourceName)),
-          serverVersion(serverVersion),
-          userName(std::move(userName)),
-          password(std::move(password)) {}
+          dataSourceName(std::move(dataSource)),
+          serverVersion(version),
+          userName(std::move(user)),
+          password(std::move(secret)) {}
 
     qxdb::DBTYPE GetDBType() const { return dbType; }
     void SetDBType(qxdb::DBTYPE type) { dbType = type; }

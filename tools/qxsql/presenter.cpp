@@ -14,9 +14,9 @@ namespace qxsql {
 using qxdbsqlengine::ResultSetMessage;
 using Clock = std::chrono::steady_clock;
 
-Presenter::Presenter(const CommandLine& line, StorePtr store)
-    : line(line),
-      store(store),
+Presenter::Presenter(const CommandLine& commandLine, const StorePtr& results)
+    : line(commandLine),
+      store(results),
       onScreen(line.outputFile.empty() &&
                (line.table || (line.format.empty() && !line.delimiter && IsTerminal(STDOUT_FILENO)))),
       progress(!line.quiet) {}

@@ -18,7 +18,7 @@ namespace qxsql {
 // or into a file when all is done. Main thread.
 class Presenter {
   public:
-    Presenter(const CommandLine& line, StorePtr store);
+    Presenter(const CommandLine& commandLine, const StorePtr& results);
 
     void ResultBegins(int resultSet, qxdbsqlengine::ResultSetType type);
     // While nothing else happens: rows that have arrived go to the screen, progress is shown.

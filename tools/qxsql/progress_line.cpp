@@ -18,7 +18,7 @@ std::string GroupedNumber(long long number) {
     return digits;
 }
 
-ProgressLine::ProgressLine(bool enabled) : enabled(enabled && IsTerminal(STDERR_FILENO)) {}
+ProgressLine::ProgressLine(bool wanted) : enabled(wanted && IsTerminal(STDERR_FILENO)) {}
 
 ProgressLine::~ProgressLine() { Wipe(); }
 

@@ -21,7 +21,7 @@ constexpr int NarrowestCut = 8;  // columns are not cut below this while others 
 template <class Function>
 class CellCall : public qxdbsqlengine::CellSink {
   public:
-    explicit CellCall(Function function) : function(std::move(function)) {}
+    explicit CellCall(Function call) : function(std::move(call)) {}
     void OnCell(int position, bool, std::string_view text) override { function(position, text); }
 
   private:
@@ -42,9 +42,9 @@ std::vector<int> SelectColumns(const std::vector<int>& wanted, int count) {
     return selected;
 }
 
-TableView::TableView(qxdbsqlengine::DataStorage& store, int resultSet, const std::vector<int>& wanted,
-                     bool headers, int screenWidth)
-    : store(store), resultSet(resultSet), headers(headers), screenWidth(screenWidth) {
+TableView::TableView(qxdbsqlengine::DataStorage& from, int rs, const std::vector<int>& wanted, bool withHeaders,
+                     int width)
+    : store(from), resultSet(rs), headers(withHeaders), screenWidth(width) {
     numbers = SelectColumns(wanted, store.GetNumberOfColumns(resultSet));
     for (const int number : numbers) {
         const bool right = store.GetAlignHint(resultSet, number) == qxdbsqlengine::AlignRight;

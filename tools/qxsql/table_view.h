@@ -12,10 +12,10 @@ namespace qxsql {
 // Prints one result set of a store; rows may still arrive while it prints. One thread, which owns the handle.
 class TableView {
   public:
-    // `columns`: numbers from 0, in the order to show; those that the result does not have are left out, empty
-    // means all. `screenWidth` in columns of the screen.
-    TableView(qxdbsqlengine::DataStorage& store, int resultSet, const std::vector<int>& columns, bool headers,
-              int screenWidth);
+    // `wanted`: numbers from 0, in the order to show; those that the result does not have are left out, empty
+    // means all. `width`: columns of the screen.
+    TableView(qxdbsqlengine::DataStorage& from, int rs, const std::vector<int>& wanted, bool withHeaders,
+              int width);
 
     // Rows that decide how wide the columns become.
     static constexpr int SampleRows = 1000;

@@ -1,0 +1,176 @@
+#include "tools/qxsql/command_line.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <stdexcept>
+#include <vector>
+
+#include "tools/qxsql/connection_text.h"
+#include "tools/qxsql/exporting.h"
+#include "tools/qxsql/progress_line.h"
+
+namespace qxsql {
+namespace {
+
+std::optional<CommandLine> Parse(std::initializer_list<const char*> arguments, int& exitCode) {
+    std::vector<const char*> words{"qxsql"};
+    words.insert(words.end(), arguments);
+    return ParseCommandLine(static_cast<int>(words.size()), words.data(), exitCode);
+}
+
+TEST(CommandLine, TakesConnectionAndSql) {
+    int exitCode = -1;
+    const auto line = Parse({"sqlite:a.db", "SELECT 1"}, exitCode);
+    ASSERT_TRUE(line);
+    EXPECT_EQ("sqlite:a.db", line->connection);
+    EXPECT_EQ("SELECT 1", line->sql.value());
+    EXPECT_TRUE(line->headers);
+    EXPECT_TRUE(line->quoting);
+    EXPECT_TRUE(line->expandTabs);
+    EXPECT_FALSE(line->result);
+    EXPECT_EQ(0, line->maxRows);
+}
+
+TEST(CommandLine, TakesEveryOption) {
+    int exitCode = -1;
+    const auto line =
+        Parse({"sqlite:a.db", "-f", "x.sql", "-o", "out.csv", "--format", "pipe", "--no-headers", "--no-quoting",
+               "--keep-tabs", "--columns", "0,2", "--result", "1", "--sort", "name:desc,2", "--max-rows", "10",
+               "--max-errors", "3", "--as-strings", "--option", "50147=2", "--option", "50403=on", "--timing",
+               "--quiet", "--create"},
+              exitCode);
+    ASSERT_TRUE(line);
+    EXPECT_EQ("x.sql", line->sqlFile);
+    EXPECT_EQ("out.csv", line->outputFile);
+    EXPECT_EQ("pipe", line->format);
+    EXPECT_FALSE(line->headers);
+    EXPECT_FALSE(line->quoting);
+    EXPECT_FALSE(line->expandTabs);
+    EXPECT_EQ((std::vector<int>{0, 2}), line->columns);
+    EXPECT_EQ(1, line->result.value());
+    ASSERT_EQ(2U, line->sort.size());
+    EXPECT_EQ("name", line->sort[0].column);
+    EXPECT_FALSE(line->sort[0].ascending);
+    EXPECT_EQ("2", line->sort[1].column);
+    EXPECT_TRUE(line->sort[1].ascending);
+    EXPECT_EQ(10, line->maxRows);
+    EXPECT_EQ(3, line->maxErrors);
+    EXPECT_TRUE(line->asStrings);
+    ASSERT_EQ(2U, line->options.size());
+    EXPECT_EQ(50147U, line->options[0].first);
+    EXPECT_EQ("2", line->options[0].second);
+    EXPECT_EQ("on", line->options[1].second);
+    EXPECT_TRUE(line->timing);
+    EXPECT_TRUE(line->quiet);
+    EXPECT_TRUE(line->create);
+}
+
+TEST(CommandLine, RefusesWhatMakesNoSense) {
+    const std::vector<std::initializer_list<const char*>> cases{
+        {},
+        {"--unknown"},
+        {"sqlite:a.db", "SELECT 1", "-f", "x.sql"},
+        {"sqlite:a.db", "SELECT 1", "three"},
+        {"--read", "a.csv", "sqlite:a.db"},
+        {"sqlite:a.db", "SELECT 1", "--columns", "0,x"},
+        {"sqlite:a.db", "SELECT 1", "--max-rows", "-1"},
+        {"sqlite:a.db", "SELECT 1", "--max-rows", "many"},
+        {"sqlite:a.db", "SELECT 1", "--option", "50147"},
+        {"sqlite:a.db", "SELECT 1", "--option", "x=1"},
+        {"sqlite:a.db", "SELECT 1", "--option", "-1=1"},
+        {"sqlite:a.db", "SELECT 1", "--format", "pdf"},
+        {"sqlite:a.db", "SELECT 1", "--delimiter", "ab"},
+        {"sqlite:a.db", "SELECT 1", "--delimiter", ";", "--format", "tab"},
+        {"sqlite:a.db", "SELECT 1", "--sort", "a,,b"},
+        {"sqlite:a.db", "SELECT 1", "--sort", ":desc"},
+    };
+    for (const auto& arguments : cases) {
+        int exitCode = -1;
+        testing::internal::CaptureStderr();
+        EXPECT_FALSE(Parse(arguments, exitCode)) << testing::PrintToString(arguments);
+        EXPECT_NE("", testing::internal::GetCapturedStderr()) << testing::PrintToString(arguments);
+        EXPECT_EQ(ExitUsage, exitCode) << testing::PrintToString(arguments);
+    }
+}
+
+TEST(CommandLine, HelpIsNoFailure) {
+    int exitCode = -1;
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(Parse({"--help"}, exitCode));
+    const std::string help = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(ExitDone, exitCode);
+    EXPECT_NE(std::string::npos, help.find("Exit codes"));
+    EXPECT_NE(std::string::npos, help.find("--sort"));
+}
+
+TEST(CommandLine, DelimiterByItsName) {
+    int exitCode = -1;
+    const auto line = Parse({"sqlite:a.db", "SELECT 1", "--delimiter", "\\t"}, exitCode);
+    ASSERT_TRUE(line);
+    EXPECT_EQ('\t', line->delimiter.value());
+}
+
+TEST(ParseSort, LabelsMayHoldColons) {
+    const auto terms = ParseSort("a:b,c:d:desc,x:asc");
+    ASSERT_EQ(3U, terms.size());
+    EXPECT_EQ("a:b", terms[0].column);
+    EXPECT_TRUE(terms[0].ascending);
+    EXPECT_EQ("c:d", terms[1].column);
+    EXPECT_FALSE(terms[1].ascending);
+    EXPECT_EQ("x", terms[2].column);
+    EXPECT_TRUE(terms[2].ascending);
+}
+
+TEST(ConnectionText, DriverAndSource) {
+    const struct {
+        const char* text;
+        const char* driver;
+        const char* source;
+    } cases[] = {{"sqlite:a.db", "sqlite", "a.db"},
+                 {"sqlite::memory:", "sqlite", ":memory:"},
+                 {"sqlite:", "sqlite", ""},
+                 {"other:Driver=X;Server=y:1", "other", "Driver=X;Server=y:1"}};
+    for (const auto& one : cases) {
+        const ConnectionText text = ParseConnectionText(one.text);
+        EXPECT_EQ(one.driver, text.driver) << one.text;
+        EXPECT_EQ(one.source, text.dataSource) << one.text;
+    }
+    EXPECT_THROW(ParseConnectionText("a.db"), std::invalid_argument);
+    EXPECT_THROW(ParseConnectionText(":memory:"), std::invalid_argument);
+}
+
+TEST(FileType, ByFormatThenByExtension) {
+    using namespace qxdbsqlengine;
+    const struct {
+        const char* format;
+        const char* file;
+        ResultFileType type;
+    } cases[] = {
+        {"", "a.csv", ResultFileComma},      {"", "a.CSV", ResultFileComma}, {"", "a.psv", ResultFilePipe},
+        {"", "a.pipe", ResultFilePipe},      {"", "a.txt", ResultFileTab},   {"", "a", ResultFileTab},
+        {"", "", ResultFileTab},             {"tab", "a.csv", ResultFileTab}, {"comma", "a.txt", ResultFileComma},
+        {"pipe", "a.csv", ResultFilePipe},   {"delimited", "a.csv", ResultFileDelimited},
+    };
+    for (const auto& one : cases) {
+        CommandLine line;
+        line.format = one.format;
+        EXPECT_EQ(one.type, FileTypeFor(line, one.file)) << one.format << " " << one.file;
+    }
+    CommandLine line;
+    line.delimiter = ';';
+    EXPECT_EQ(ResultFileDelimited, FileTypeFor(line, "a.csv"));
+}
+
+TEST(GroupedNumber, PartsThousands) {
+    const struct {
+        long long number;
+        const char* text;
+    } cases[] = {{0, "0"},           {999, "999"},       {1000, "1,000"},
+                 {1234567, "1,234,567"}, {-1000, "-1,000"}, {-999, "-999"}};
+    for (const auto& one : cases)
+        EXPECT_EQ(one.text, GroupedNumber(one.number));
+}
+
+}  // namespace
+}  // namespace qxsql

@@ -1,0 +1,42 @@
+// The example programs, run as they are.
+
+#include <gtest/gtest.h>
+
+#include "tools/run_tool.h"
+
+namespace qxtest {
+namespace {
+
+TEST(Examples, SelectPrintsTheStore) {
+    const ToolResult result = RunTool({SELECT_PATH});
+    EXPECT_EQ(0, result.exitCode) << result.err;
+    EXPECT_EQ("one=1  two=two  nothing=[NULL]  \n", result.out);
+    const ToolResult missing = RunTool({SELECT_PATH, "/no/such/file.db"});
+    EXPECT_EQ(1, missing.exitCode);
+    EXPECT_NE(std::string::npos, missing.err.find("/no/such/file.db"));
+}
+
+TEST(Examples, TwoViewsKeepTheirOwnOrder) {
+    const ToolResult result = RunTool({TWO_VIEWS_PATH});
+    EXPECT_EQ(0, result.exitCode) << result.err;
+    // i * 7919 mod 200000 runs through all numbers, so the last ids and the first names are known.
+    EXPECT_NE(std::string::npos, result.out.find("by name (200000 rows):  200000 file0")) << result.out;
+    EXPECT_NE(std::string::npos, result.out.find("newest first (199999 rows):  200000 file0  199999 file192081"))
+        << result.out;
+}
+
+TEST(Examples, TourStreamsSortsExportsAndReadsBack) {
+    const TemporaryDirectory directory;
+    const std::string database = directory.File("shop.db");
+    ASSERT_EQ(0, RunTool({QXSQL_PATH, "--create", "sqlite:" + database, "-f", SHOP_SQL}).exitCode);
+    const ToolResult result = RunTool({TOUR_PATH, database, directory.File("out.csv"), "20000"});
+    EXPECT_EQ(0, result.exitCode) << result.err;
+    EXPECT_NE(std::string::npos, result.out.find("Streamed 20000 rows")) << result.out;
+    EXPECT_NE(std::string::npos, result.out.find("Read 20000 rows back")) << result.out;
+    EXPECT_NE(std::string::npos, result.out.find("cells that differ: 0")) << result.out;
+    const ToolResult unwritable = RunTool({TOUR_PATH, database, "/no/such/dir/out.csv", "100"});
+    EXPECT_EQ(4, unwritable.exitCode);
+}
+
+}  // namespace
+}  // namespace qxtest
