@@ -26,6 +26,7 @@
 namespace qxdbsqlengine {
 
 class DataStorage;
+class DataStorageInserter;
 class Request;
 class SQLRequest;
 struct HandleColumnStruct;
@@ -138,7 +139,7 @@ class QXSENG2_API DBMSHandler : public qxdb::ErrorRecordCallback {
 
   protected:
     // For derived handlers; Create is for everybody else.
-    DBMSHandler(SQLRequest& request, qxdb::DBTYPE type);
+    DBMSHandler(SQLRequest& owner, qxdb::DBTYPE type);
 
     // Takes the table name out of the request's SQL.
     virtual void ParseTableName();
@@ -182,6 +183,14 @@ class QXSENG2_API DBMSHandler : public qxdb::ErrorRecordCallback {
     template <class Read>
     void ForEachRow(qxdb::Connection& connection, const std::string& text, Read read);
     void FetchLobProperties(qxdb::Cursor& cursor, int fieldIndex, ColumnDefinition& definition);
+    std::unique_ptr<DataStorageInserter> MakeLobInserter(qxdb::Cursor& cursor, qxdb::Field& field,
+                                                         int fieldIndex, DataStorage& storage, int resultSet,
+                                                         int column);
+    // One for each field that has a column, in order of the columns.
+    std::vector<std::unique_ptr<DataStorageInserter>> MakeInserters(qxdb::Cursor& cursor,
+                                                                    qxdb::Fields& fields,
+                                                                    DataStorage& storage, int resultSet,
+                                                                    int logicalId);
 };
 
 }  // namespace qxdbsqlengine

@@ -21,9 +21,9 @@ std::size_t GetSqlStringCount();
 // One value for a place of a format: a number or a text.
 class SqlArgument {
   public:
-    SqlArgument(int number);
-    SqlArgument(const std::string& text);
-    SqlArgument(const char* text);
+    SqlArgument(int value);
+    SqlArgument(const std::string& value);
+    SqlArgument(const char* value);
 
     const std::string& GetText() const { return text; }
     bool IsNumber() const { return isNumber; }

@@ -1,0 +1,169 @@
+#include "dbms/string_table.h"
+
+#include <iterator>
+
+namespace qxdbsqlengine {
+
+namespace {
+
+// The statistics of the running session: the values of the named counters under a heading.
+#define SESSION_STATISTICS(COLUMN, NAMES)                                                    \
+    "SELECT " COLUMN                                                                         \
+    ", S.VALUE FROM SYS.V_$STATNAME N, SYS.V_$MYSTAT S WHERE N.STATISTIC#=S.STATISTIC# AND " \
+    "NAME IN (" NAMES ") ORDER BY N.NAME"
+
+#define IO_COUNTERS                                                                              \
+    "'recursive calls','db block gets','consistent gets','consistent changes','physical reads'," \
+    "'physical writes','redo size'"
+#define INDEX_COUNTERS                                                                                    \
+    "'index fast full scans (direct read)','index fast full scans (full)','index fast full scans (rowid " \
+    "ranges)'"
+#define PARSE_COUNTERS "'parse count (hard)','parse count (total)','parse time cpu','parse time elapsed'"
+
+// Texts stay as they are, spellings and the missing heading of row 139 included.
+constexpr StringRow SqlRows[] = {
+    {135, "SET FMTONLY %s"},
+    {136, SESSION_STATISTICS("N.NAME \"I/O Activity\"", IO_COUNTERS ",'user calls'")},
+    {137, SESSION_STATISTICS("N.NAME \"I/O Activity\"", IO_COUNTERS)},
+    {138, "set rowcount %d"},
+    {139, SESSION_STATISTICS("N.NAME", INDEX_COUNTERS ",'index fetch by key'")},
+    {140, SESSION_STATISTICS("N.NAME \"Index Activity\"", INDEX_COUNTERS)},
+    {141, SESSION_STATISTICS("N.NAME \"Parse Activity\"", PARSE_COUNTERS ",'parse count (failures)'")},
+    {142, SESSION_STATISTICS("N.NAME \"Parse Activity\"", PARSE_COUNTERS)},
+    {143, SESSION_STATISTICS("N.NAME \"Table Activity\"",
+                             "'table scans (direct read)','table scans (cache partitions)',"
+                             "'table scans (long tables)','table scans (rowid ranges)',"
+                             "'table scans (short tables)'")},
+    {144, SESSION_STATISTICS("N.NAME \"OS Activity\"",
+                             "'OS Page faults','OS Swaps','OS System time used','OS User time used'")},
+    {145, SESSION_STATISTICS("N.NAME \"Wait Activity\"",
+                             "'application wait time','cluster wait time','concurrency wait time',"
+                             "'enqueue waits','redo log space wait time','user I/O wait time'")},
+    {2642, "SET ARITHABORT ARITH_OVERFLOW %s"},
+    {2643, "SET ARITHABORT NUMERIC_TRUNCATION %s"},
+    {2644, "SET ANSINULL %s"},
+    {2645, "SET ANSI_NULLS %s"},
+    {2646, "SET ARITHABORT %s"},
+    {2647, "SET ARITHIGNORE %s"},
+    {2648, "SET CHAINED %s"},
+    {2651, "SET FORCEPLAN %s"},
+    {2652, "SET ARITHIGNORE ARITH_OVERFLOW %s"},
+    {2653, "SET TRANSACTION ISOLATION LEVEL %d"},
+    {2658, "SET NOCOUNT %s"},
+    {2659, "SET NOEXEC %s"},
+    {2660, "SET PARSEONLY %s"},
+    {2661, "SET PREFETCH %s"},
+    {2662, "SET QUOTED_IDENTIFIER %s"},
+    {2665, "SET STATISTICS IO %s"},
+    {2666, "SET STATISTICS SUBQUERYCACHE %s"},
+    {2667, "SET STATISTICS TIME %s"},
+    {2668, "SET TABLE COUNT %d"},
+    {2778, "SET ANSI_NULL_DFLT_ON %s"},
+    {2779, "SET ANSI_PADDING %s"},
+    {2780, "SET ANSI_WARNINGS %s"},
+    {2781, "SET CURSOR_CLOSE_ON_COMMIT %s"},
+    {2782, "SET IMPLICIT_TRANSACTIONS %s"},
+    {2783, SESSION_STATISTICS("N.NAME \"Network Activity\"",
+                              "'bytes sent via SQL*Net to client','bytes received via SQL*Net from client', "
+                              "'SQL*Net roundtrips to/from client'")},
+    {2785, SESSION_STATISTICS("N.NAME \"Sort Activity\"",
+                              "'table fetch continued row','sorts (memory)','sorts (disk)','sorts(rows)',"
+                              "'rows processed'")},
+    {2819, "set interactive_timeout=%d"},
+    {2820, "set sql_big_selects=%s"},
+    {2821, "set sql_log_off=%s"},
+    {2822, "set sql_select_limit=%s"},
+    {2823, "set sql_warnings=%s"},
+    {2824, "set sql_safe_updates=%s"},
+    {2825, "set sql_log_update=%s"},
+    {2826, "set sql_low_priority_updates=%s"},
+    {2827, "set sql_buffer_result=%s"},
+    {2828, "set sql_log_bin=%s"},
+    {2829, "set sql_quote_show_create=%s"},
+    {2830, "set sql_max_join_size=%d"},
+    {2831, "set transaction isolation level %s"},
+    {2832, "set sql_auto_is_null=%s"},
+    {2833, "set unique_checks=%s"},
+    {2834, "set autocommit=%s"},  // no option leads here
+    {2835, "set big_tables=%s"},
+    {2836, "set query_cache_type=%s"},
+    {2837, "set insert_id=%d"},
+    {2838, "set last_insert_id=%d"},
+    {2839, "set character_set_client=%s"},
+    {2840, "set sql_big_tables=%s"},
+    {19547, "SET CONCAT_NULL_YIELDS_NULL %s"},
+};
+
+#undef SESSION_STATISTICS
+#undef IO_COUNTERS
+#undef INDEX_COUNTERS
+#undef PARSE_COUNTERS
+
+constexpr bool AreRowsSorted() {
+    for (std::size_t i = 1; i < std::size(SqlRows); ++i) {
+        if (SqlRows[i - 1].id >= SqlRows[i].id)
+            return false;
+    }
+    return true;
+}
+static_assert(AreRowsSorted(), "rows are found by binary search");
+
+bool IsDecimalNumber(const std::string& text) {
+    std::size_t start = !text.empty() && (text[0] == '-' || text[0] == '+') ? 1 : 0;
+    return text.size() > start && text.find_first_not_of("0123456789", start) == std::string::npos;
+}
+
+}  // namespace
+
+void RegisterSqlStrings() {
+    ResourceLoader::AddTable(SqlRows, std::size(SqlRows));
+}
+
+const StringRow* GetSqlStrings() {
+    return SqlRows;
+}
+
+std::size_t GetSqlStringCount() {
+    return std::size(SqlRows);
+}
+
+SqlArgument::SqlArgument(int value) : text(std::to_string(value)), isNumber(true) {}
+
+SqlArgument::SqlArgument(const std::string& value) : text(value), isNumber(false) {}
+
+SqlArgument::SqlArgument(const char* value) : text(value), isNumber(false) {}
+
+// Places are filled here and not by printf: which type a value has is the caller's choice, and a value that
+// does not fit its place must not be read as something else.
+std::string FormatSql(const std::string& format, std::initializer_list<SqlArgument> arguments) {
+    std::size_t length = format.size();
+    for (const SqlArgument& argument : arguments)
+        length += argument.GetText().size();
+    std::string text;
+    text.reserve(length);
+
+    const SqlArgument* next = arguments.begin();
+    for (std::size_t i = 0; i < format.size(); ++i) {
+        if (format[i] != '%') {
+            text += format[i];
+            continue;
+        }
+        ++i;
+        if (i < format.size() && format[i] == '%') {
+            text += '%';
+            continue;
+        }
+        if (i < format.size() && format[i] == '-')
+            ++i;
+        const char place = i < format.size() ? format[i] : '\0';
+        if ((place != 's' && place != 'd') || next == arguments.end())
+            return std::string();
+        if (place == 'd' && !next->IsNumber() && !IsDecimalNumber(next->GetText()))
+            return std::string();
+        text += next->GetText();
+        ++next;
+    }
+    return text;
+}
+
+}  // namespace qxdbsqlengine
