@@ -284,27 +284,29 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     class StatementScope;
     struct ComputeRows;
 
+    void TakeOver(const qxdbsrd::ConnectionDefElement& def);
     void SetIsUnicodeInstance(const qxdbsrd::ConnectionDefElement& def, qxdb::Connection& connection);
     bool ProbeUnicodeCodeSet(const qxdbsrd::ConnectionDefElement& def);
+    bool TryBatchItem(qxdb::Connection& connection);
     void RunBatchItem(qxdb::Connection& connection);
-    bool ReportBatchItemFailure(qxdb::Connection& connection);
     bool RunStatement(qxdb::Statement& running, qxdb::Connection& connection);
     bool HandleResults(qxdb::Statement& running);
     void NotifyErrorText(const std::string& text);
-    bool HasCachedMessages();
-    void FlushCachedMessages();
-    void CloseOpenResultSet();
-    bool HandleRowCount(qxdb::Cursor& cursor);
+    void HandleRowCount(qxdb::Cursor& cursor);
     bool HandleRows(qxdb::Cursor& cursor, qxdb::Fields& fields, qxdb::Schema& columns, ResultSetType type,
                     const std::string& tagName);
+    void DescribeColumns(qxdb::Cursor& cursor, qxdb::Fields& fields, qxdb::Schema& columns);
+    void SetTableNameFromText();
     void InsertMessageRow(const std::string& line);
+    bool HasCachedMessages();
+    void CloseOpenResultSet();
+    int CountNormalResultSets(int end);
     ComputeRows GroupComputeColumns(qxdb::Fields& fields, const qxdb::Schema& columns) const;
+    int MapComputeColumn(int target, int columnCount);
     bool WriteComputeRows(qxdb::Cursor& cursor, qxdb::Fields& fields, const qxdb::Schema& columns);
     void DefineComputeColumn(qxdb::Field& field, const qxdb::Column& column, ColumnDefinition& definition);
     void LimitPrecision(ColumnDefinition& definition);
     void ResetTextCaches();
-    bool FindWord(const std::string& upper, const std::string& word, const char* before,
-                  std::size_t& position);
 
     std::string sql;
     std::string database;
