@@ -20,6 +20,8 @@ namespace {
 constexpr int MemoryPages = 10;
 constexpr int MappedViews = 100;
 constexpr char NullText[] = "[NULL]";
+// Rows that a search looks at one by one before it goes through the whole column.
+constexpr int NearRows = 1000;
 
 using qxutils::WriteLockGuard;
 
@@ -417,8 +419,30 @@ int AppendOnlyResultsStorage::FindString(int index, int rs, int col, const std::
     ColumnSetStorage& column = Column(rs, col);
     RowIndexArray* const rows = FindRows(set, index);
     const int count = rows ? rows->Size() : set.rowCount;
-    for (int row = startRow < 0 ? 0 : startRow; row < count; ++row) {
+    int row = startRow < 0 ? 0 : startRow;
+    // In the order of the view first, which finds a near row at once.
+    const int nearEnd = rows && count - row > NearRows ? row + NearRows : count;
+    for (; row < nearEnd; ++row) {
         if (column.EqualsString(rows ? rows->GetItem(row) : row, text))
+            return row;
+    }
+    return row < count ? FindFar(set, column, *rows, text, row) : count;
+}
+
+// A sorted view jumps between pages, so the rest is searched in the order of the pages.
+int AppendOnlyResultsStorage::FindFar(ResultSetStorage& set, ColumnSetStorage& column, RowIndexArray& rows,
+                                      const std::string& text, int startRow) {
+    std::vector<bool> found(static_cast<std::size_t>(set.rowCount));
+    bool any = false;
+    for (int physical = 0; physical < set.rowCount; ++physical) {
+        if (column.EqualsString(physical, text)) {
+            found[static_cast<std::size_t>(physical)] = true;
+            any = true;
+        }
+    }
+    const int count = rows.Size();
+    for (int row = startRow; any && row < count; ++row) {
+        if (found[static_cast<std::size_t>(rows.GetItem(row))])
             return row;
     }
     return count;

@@ -136,6 +136,8 @@ class QXSENG2_API AppendOnlyResultsStorage : public DataContainer {
     // The cell's column and, in `row`, its physical row.
     ColumnSetStorage& Cell(int index, int rs, int& row, int col);
     RowIndexArray& OpenRows(ResultSetStorage& set, int index);
+    static int FindFar(ResultSetStorage& set, ColumnSetStorage& column, RowIndexArray& rows,
+                       const std::string& text, int startRow);
     void InsertNewRow(int rs);
     static void SortRows(ResultSetStorage& set, RowIndexArray& rows, const std::vector<DataSort>& keys,
                          int option);

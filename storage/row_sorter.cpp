@@ -1,6 +1,7 @@
 #include "storage/row_sorter.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <numeric>
 #include <utility>
@@ -43,11 +44,68 @@ std::size_t KeyLength(ColumnSetStorage& column) {
     }
 }
 
-void SortItems(std::vector<SortItem>& items, std::size_t first, std::size_t last) {
-    const auto begin = items.begin() + static_cast<std::ptrdiff_t>(first);
-    const auto end = items.begin() + static_cast<std::ptrdiff_t>(last);
-    if (!std::is_sorted(begin, end))
-        std::sort(begin, end);
+// What to sort items by: the byte `level` of a key, most significant first, and the comparison of whole keys.
+struct ByKeyAndRow {
+    static constexpr int Bytes = 16;
+    static unsigned Byte(const SortItem& item, int level) {
+        return static_cast<unsigned>(
+            (level < 8 ? item.high >> (56 - 8 * level) : item.low >> (120 - 8 * level)) & 0xFF);
+    }
+    bool operator()(const SortItem& a, const SortItem& b) const { return a < b; }
+};
+struct ByRow {
+    static constexpr int Bytes = 4;
+    static unsigned Byte(const SortItem& item, int level) { return (item.Row() >> (24 - 8 * level)) & 0xFF; }
+    bool operator()(const SortItem& a, const SortItem& b) const { return a.Row() < b.Row(); }
+};
+
+// Below this many items a comparison sort is faster than another pass by byte.
+constexpr std::ptrdiff_t RadixFrom = 1024;
+
+// Sorts in place by one byte of the key after the other, most significant first.
+template <class Order>
+void RadixSort(SortItem* first, SortItem* last, int level, Order order) {
+    std::array<std::uint32_t, 256> ends;
+    for (;; ++level) {
+        if (last - first < RadixFrom || level == Order::Bytes) {
+            std::sort(first, last, order);
+            return;
+        }
+        ends.fill(0);
+        for (const SortItem* item = first; item != last; ++item)
+            ++ends[Order::Byte(*item, level)];
+        // A byte that all items share decides nothing.
+        if (ends[Order::Byte(*first, level)] != static_cast<std::size_t>(last - first))
+            break;
+    }
+    std::array<std::uint32_t, 256> next;
+    std::uint32_t sum = 0;
+    for (std::size_t byte = 0; byte < ends.size(); ++byte) {
+        next[byte] = sum;
+        sum += ends[byte];
+        ends[byte] = sum;
+    }
+    const std::array<std::uint32_t, 256> starts = next;
+    for (std::size_t byte = 0; byte < ends.size(); ++byte) {
+        while (next[byte] < ends[byte]) {
+            SortItem item = first[next[byte]];
+            for (unsigned to = Order::Byte(item, level); to != byte; to = Order::Byte(item, level))
+                std::swap(item, first[next[to]++]);
+            first[next[byte]++] = item;
+        }
+    }
+    for (std::size_t byte = 0; byte < ends.size(); ++byte) {
+        if (ends[byte] - starts[byte] > 1)
+            RadixSort(first + starts[byte], first + ends[byte], level + 1, order);
+    }
+}
+
+template <class Order>
+void SortItems(std::vector<SortItem>& items, std::size_t first, std::size_t last, Order order) {
+    SortItem* const begin = items.data() + first;
+    SortItem* const end = items.data() + last;
+    if (!std::is_sorted(begin, end, order))
+        RadixSort(begin, end, 0, order);
 }
 
 // Merges runs of doubling length. A comparison that contradicts itself gives some order and nothing worse.
@@ -142,7 +200,7 @@ void RowSorter::ListRows(Rows& rows, int rowCount) {
         items[static_cast<std::size_t>(i)] = {
             0,
             static_cast<std::uint64_t>(static_cast<std::uint32_t>(count == rowCount ? i : rows.GetItem(i)))};
-    SortItems(items, 0, items.size());
+    SortItems(items, 0, items.size(), ByKeyAndRow());
 }
 
 void RowSorter::Mark(std::size_t first, std::size_t last, std::size_t rank, State state) {
@@ -168,31 +226,44 @@ bool RowSorter::IsOneGroup() const {
 }
 
 void RowSorter::OrderOpenByRow() {
-    const auto begin = items.begin();
-    const auto end = begin + static_cast<std::ptrdiff_t>(open);
-    const auto byRow = [](const SortItem& a, const SortItem& b) { return a.Row() < b.Row(); };
-    if (!std::is_sorted(begin, end, byRow))
-        std::sort(begin, end, byRow);
+    SortItems(items, 0, open, ByRow());
 }
 
 // Settles the open items by one column. Afterwards all are placed or equal in it.
 void RowSorter::SortColumnKeys(const SortColumn& by) {
     if (!nullIndicator->IsUnused())
         SplitNulls(by);
-    std::size_t depth = 0;
-    while (open > 0 && depth < DeepFrom) {
-        const std::size_t part = IsOneGroup() ? PartBytes : RankedPartBytes;
-        SortPart(by, depth);
-        depth += part;
+    SortKeyPosition position;  // the same for all open items: their keys are equal up to its last cut
+    for (bool first = true; open > 0; first = false) {
+        if (position.skip >= DeepFrom) {
+            SortDeep(by, position);
+            return;
+        }
+        const bool oneGroup = IsOneGroup();
+        const std::size_t before = open;
+        if (oneGroup && !first) {
+            OrderOpenByRow();
+            Group group = {0, open, RankOf(items.front()), position};
+            if (!SkipCommon(*by.column, group)) {
+                Mark(group.first, group.last, group.rank, EqualSoFar);
+                return;
+            }
+            position = group.position;
+        }
+        SortPart(by, position, oneGroup);
+        if (oneGroup && open == before && IsOneGroup()) {
+            text.clear();
+            by.column->AppendSortKey(static_cast<int>(items.front().Row()), position, PartBytes, text);
+        } else {
+            position.skip += oneGroup ? PartBytes : RankedPartBytes;
+        }
     }
-    if (open > 0)
-        SortDeep(by, depth);
 }
 
 // Nulls are equal among themselves, and less than all values.
 void RowSorter::SplitNulls(const SortColumn& by) {
     OrderOpenByRow();
-    SortKeySink sink(items.data(), open, 0, true, by.ascending);
+    SortKeySink sink(items.data(), open, SortKeyPosition(), true, by.ascending);
     bool any = false;
     for (std::size_t i = 0; i < open; ++i) {
         const bool isNull = nullIndicator->IsNull(by.number, sink.Row(i));
@@ -200,23 +271,22 @@ void RowSorter::SplitNulls(const SortColumn& by) {
         // No zero byte at the end of the values' part: they stay open.
         sink.Put(i, isNull ? 0 : ~0ULL, 0);
     }
-    SortItems(items, 0, open);
+    SortItems(items, 0, open, ByKeyAndRow());
     SplitRuns(0, open, true, 0, by.ascending, 0);
     if (any)
         open = KeepOpen(Open);
 }
 
-// Goes by the part of the keys at `depth`: 12 bytes when all open items are one group, else 8 behind the
+// Goes by the part of the keys at `position`: 12 bytes when all open items are one group, else 8 behind the
 // ranks.
-void RowSorter::SortPart(const SortColumn& by, std::size_t depth) {
+void RowSorter::SortPart(const SortColumn& by, const SortKeyPosition& position, bool oneGroup) {
     OrderOpenByRow();
-    const bool ranked = !IsOneGroup();
     const std::size_t base = RankOf(items.front());
-    SortKeySink sink(items.data(), open, depth, ranked, by.ascending);
+    SortKeySink sink(items.data(), open, position, !oneGroup, by.ascending);
     by.column->PutSortKeys(sink);
-    SortItems(items, 0, open);
+    SortItems(items, 0, open, ByKeyAndRow());
     const std::size_t length = KeyLength(*by.column);
-    SplitRuns(0, open, ranked, base, by.ascending, length > depth ? length - depth : 0);
+    SplitRuns(0, open, !oneGroup, base, by.ascending, length > position.skip ? length - position.skip : 0);
     open = KeepOpen(Open);
 }
 
@@ -246,14 +316,14 @@ void RowSorter::SplitRuns(std::size_t first, std::size_t last, bool ranked, std:
     }
 }
 
-void RowSorter::SortDeep(const SortColumn& by, std::size_t depth) {
-    SortItems(items, 0, open);
+void RowSorter::SortDeep(const SortColumn& by, const SortKeyPosition& position) {
+    SortItems(items, 0, open, ByKeyAndRow());
     std::vector<Group> todo;
     for (std::size_t i = 0; i < open;) {
         std::size_t end = i + 1;
         while (end < open && items[end].high == items[i].high)
             ++end;
-        todo.push_back({i, end, RankOf(items[i]), {0, depth}});
+        todo.push_back({i, end, RankOf(items[i]), position});
         i = end;
         while (!todo.empty()) {
             Group group = todo.back();
@@ -273,15 +343,9 @@ void RowSorter::SortGroup(const SortColumn& by, Group group, std::vector<Group>&
         Mark(group.first, group.last, group.rank, EqualSoFar);
         return;
     }
-    SortKeySink sink(&items[group.first], group.last - group.first, 0, false, by.ascending);
-    for (std::size_t i = 0; i < sink.Count(); ++i) {
-        SortKeyPosition position = group.position;
-        text.clear();
-        by.column->AppendSortKey(sink.Row(i), position, PartBytes, text);
-        text.resize(PartBytes, '\0');
-        sink.PutBytes(i, reinterpret_cast<const unsigned char*>(text.data()));
-    }
-    SortItems(items, group.first, group.last);
+    SortKeySink sink(&items[group.first], group.last - group.first, group.position, false, by.ascending);
+    by.column->PutSortKeys(sink);
+    SortItems(items, group.first, group.last, ByKeyAndRow());
     SplitRuns(group.first, group.last, false, group.rank, by.ascending, 0);
     for (std::size_t i = group.first; i < group.last;) {
         std::size_t end = i + 1;
@@ -351,7 +415,7 @@ void RowSorter::SortSmallGroup(const SortColumn& by, const Group& group) {
 // Rows that no column told apart get their places by row; then every item goes to its place.
 void RowSorter::PlaceEqual() {
     open = KeepOpen(EqualSoFar);
-    SortItems(items, 0, open);
+    SortItems(items, 0, open, ByKeyAndRow());
     for (std::size_t i = 0; i < open;) {
         const std::size_t rank = RankOf(items[i]);
         for (std::size_t place = rank; i < open && RankOf(items[i]) == rank; ++i, ++place)

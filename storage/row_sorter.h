@@ -57,14 +57,14 @@ class RowSorter {
     void ListRows(StorageBase<int, int, 65536>& rows, int rowCount);
     void SortColumnKeys(const SortColumn& by);
     void SplitNulls(const SortColumn& by);
-    void SortPart(const SortColumn& by, std::size_t depth);
+    void SortPart(const SortColumn& by, const SortKeyPosition& position, bool oneGroup);
     bool IsOneGroup() const;
     void OrderOpenByRow();
     std::size_t KeepOpen(State state);
     void SplitRuns(std::size_t first, std::size_t last, bool ranked, std::size_t base, bool ascending,
                    std::size_t lengthLeft);
     void Mark(std::size_t first, std::size_t last, std::size_t rank, State state);
-    void SortDeep(const SortColumn& by, std::size_t depth);
+    void SortDeep(const SortColumn& by, const SortKeyPosition& position);
     void SortGroup(const SortColumn& by, Group group, std::vector<Group>& todo);
     void SortSmallGroup(const SortColumn& by, const Group& group);
     bool SkipCommon(ColumnSetStorage& column, Group& group);

@@ -16,7 +16,6 @@ constexpr unsigned char Terminator = 0;
 constexpr unsigned char Escape = 1;
 // Where a digit stands among the other characters.
 constexpr unsigned char DigitRun = static_cast<unsigned char>('0') ^ 0x80;
-constexpr std::size_t FirstPartSize = 12;
 
 // The value's bytes from anywhere, read a block at a time.
 class Window {
@@ -82,6 +81,41 @@ class PartWriter {
     std::string& out;
 };
 
+// The 12 bytes of a key from one byte on.
+class PartBuffer {
+  public:
+    PartBuffer(std::size_t skip, unsigned char* target) : skipLeft(skip), part(target) {}
+
+    bool Put(unsigned char byte) {
+        if (skipLeft > 0) {
+            --skipLeft;
+            return true;
+        }
+        if (IsFull())
+            return false;
+        part[used++] = byte;
+        return true;
+    }
+    bool IsFull() const { return used == PartSize; }
+    // Zeros behind the end of the key. False when there was room left.
+    bool FillUp() {
+        const bool full = IsFull();
+        std::fill(part + used, part + PartSize, Terminator);
+        return full;
+    }
+
+  private:
+    static constexpr std::size_t PartSize = 12;
+    std::size_t skipLeft;
+    unsigned char* part;
+    std::size_t used = 0;
+};
+
+// Two digits in one byte, never zero.
+unsigned char DigitPair(char first, char second) {
+    return static_cast<unsigned char>((first - '0') * 10 + (second - '0') + 1);
+}
+
 // A number that orders as its bytes do, without a zero byte among them.
 template <class PutByte>
 bool PutCount(std::size_t count, PutByte put) {
@@ -115,8 +149,11 @@ bool PutDigitRun(Window& window, __int64& offset, PartWriter& writer) {
     const auto put = [&writer](unsigned char value) { return writer.Put(value); };
     if (!writer.Put(DigitRun) || !PutCount(static_cast<std::size_t>(end - significant), put))
         return false;
-    for (at = significant; at < end && window.Get(at, byte); ++at) {
-        if (!writer.Put(static_cast<unsigned char>(byte)))
+    char second;
+    for (at = significant; at < end && window.Get(at, byte); at += 2) {
+        if (at + 1 == end || !window.Get(at + 1, second))
+            second = '0';
+        if (!writer.Put(DigitPair(byte, second)))
             return false;
     }
     if (!PutInverted(static_cast<std::size_t>(significant - offset), put))
@@ -192,41 +229,34 @@ void TextSortKey::Append(SortKeySource& source, SortKeyPosition& position, std::
     writer.Put(Terminator);
 }
 
-bool TextSortKey::FirstPart(const char* text, std::size_t length, bool whole, unsigned char* part) const {
-    std::size_t used = 0;
-    const auto put = [&used, part](unsigned char value) {
-        if (used == FirstPartSize)
-            return false;
-        part[used++] = value;
-        return true;
-    };
+bool TextSortKey::Part(const char* text, std::size_t length, bool whole, std::size_t skip,
+                       unsigned char* part) const {
+    PartBuffer out(skip, part);
+    const auto put = [&out](unsigned char value) { return out.Put(value); };
     const char* const end = text + length;
-    while (text != end && used < FirstPartSize) {
+    while (text != end && !out.IsFull()) {
         if (IsDigitByte(*text)) {
             const char* const runEnd = EndOfDigits(text, end);
             if (runEnd == end && !whole)
                 return false;
             const char* const significant = std::find_if(text, runEnd, [](char c) { return c != '0'; });
-            put(DigitRun);
+            out.Put(DigitRun);
             PutCount(static_cast<std::size_t>(runEnd - significant), put);
-            for (const char* digit = significant; digit != runEnd && used < FirstPartSize; ++digit)
-                put(static_cast<unsigned char>(*digit));
+            for (const char* digit = significant; digit < runEnd && !out.IsFull(); digit += 2)
+                out.Put(DigitPair(digit[0], digit + 1 < runEnd ? digit[1] : '0'));
             PutInverted(static_cast<std::size_t>(significant - text), put);
             text = runEnd;
             continue;
         }
         const unsigned char byte = static_cast<unsigned char>(fold[*text++]) ^ 0x80;
         if (byte > Escape) {
-            part[used++] = byte;
+            out.Put(byte);
         } else {
-            put(Escape);
-            put(static_cast<unsigned char>(byte + 1));
+            out.Put(Escape);
+            out.Put(static_cast<unsigned char>(byte + 1));
         }
     }
-    if (used < FirstPartSize && !whole)
-        return false;
-    std::fill(part + used, part + FirstPartSize, Terminator);
-    return true;
+    return out.FillUp() || whole;
 }
 
 void AppendBytesSortKey(SortKeySource& source, SortKeyPosition& position, std::size_t maxBytes,
@@ -269,9 +299,7 @@ void AppendDecimalSortKey(const qxdb::Decimal& value, SortKeyPosition& position,
         !PutSevenBits(static_cast<std::uint64_t>(exponent + ExponentZero), 3, put))
         return;
     for (std::size_t i = 0; i < digits.size(); i += 2) {
-        const int first = digits[i] - '0';
-        const int second = i + 1 < digits.size() ? digits[i + 1] - '0' : 0;
-        if (!put(static_cast<unsigned char>(first * 10 + second + 1)))
+        if (!put(DigitPair(digits[i], i + 1 < digits.size() ? digits[i + 1] : '0')))
             return;
     }
     // The end of a negative number's digits is greater than any digits.

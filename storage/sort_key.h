@@ -7,8 +7,8 @@
 //
 //   text      folded bytes (lower case of the default locale) as signed characters; a digit run is a marker
 //   byte,
-//             the number of significant digits, the digits, and the number of leading zeros inverted. So runs
-//             order by their value, and equal values with more leading zeros come first.
+//             the number of significant digits, the digits in pairs, and the number of leading zeros
+//             inverted. So runs order by their value, and equal values with more leading zeros come first.
 //   bytes     as unsigned bytes
 //   binary    length, then as unsigned bytes: the shorter value is less
 //   integers  big-endian with the sign bit turned over
@@ -55,13 +55,20 @@ class SortKeySink {
   public:
     // `ranked`: the items hold a 4-byte rank in front, which stays, so that only 8 bytes of each part are
     // kept.
-    SortKeySink(SortItem* first, std::size_t itemCount, std::size_t keyDepth, bool ranked, bool ascending)
-        : items(first), count(itemCount), depth(keyDepth), hasRank(ranked), mask(ascending ? 0 : ~0ULL) {}
+    SortKeySink(SortItem* first, std::size_t itemCount, const SortKeyPosition& keyPosition, bool ranked,
+                bool ascending)
+        : items(first),
+          count(itemCount),
+          position(keyPosition),
+          hasRank(ranked),
+          mask(ascending ? 0 : ~0ULL) {}
 
     std::size_t Count() const { return count; }
     int Row(std::size_t i) const { return static_cast<int>(items[i].Row()); }
-    // The first byte of the part that is wanted; a part has PartSize bytes.
-    std::size_t Depth() const { return depth; }
+    // Where the part that is wanted begins, in every row's key; it has PartSize bytes.
+    const SortKeyPosition& Position() const { return position; }
+    // The same for keys that are never cut, those of fixed-size values and decimals.
+    std::size_t Depth() const { return position.skip; }
     std::size_t PartSize() const { return hasRank ? 8 : 12; }
 
     // The part's bytes 0-7 as a big-endian number, and bytes 8-11.
@@ -88,12 +95,12 @@ class SortKeySink {
         Put(i, first8, next4);
     }
     // The part of a key of up to 8 bytes, left-justified in `key`.
-    void PutShort(std::size_t i, std::uint64_t key) { Put(i, depth < 8 ? key << (depth * 8) : 0, 0); }
+    void PutShort(std::size_t i, std::uint64_t key) { Put(i, Depth() < 8 ? key << (Depth() * 8) : 0, 0); }
 
   private:
     SortItem* items;
     std::size_t count;
-    std::size_t depth;
+    SortKeyPosition position;
     bool hasRank;
     std::uint64_t mask;
 };
@@ -126,10 +133,10 @@ class TextSortKey {
 
     void Append(SortKeySource& source, SortKeyPosition& position, std::size_t maxBytes,
                 std::string& out) const;
-    // The part at the start of a text, fast: the first 12 bytes of the key of `text`, zeros behind the end.
+    // A part of a text's key, fast: 12 bytes of the key of `text` from byte `skip` on, zeros behind the end.
     // `whole`: nothing follows `text` in the value. False, and nothing usable in `part`, when more text is
     // needed; with `whole` it is always true.
-    bool FirstPart(const char* text, std::size_t length, bool whole, unsigned char* part) const;
+    bool Part(const char* text, std::size_t length, bool whole, std::size_t skip, unsigned char* part) const;
 
   private:
     const FoldTable& fold;

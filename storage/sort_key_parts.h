@@ -14,7 +14,7 @@ inline void PutAppendedSortKeys(ColumnSetStorage& column, SortKeySink& sink) {
     const std::size_t greatestPart = 12;
     std::string part;
     for (std::size_t i = 0; i < sink.Count(); ++i) {
-        SortKeyPosition position{0, sink.Depth()};
+        SortKeyPosition position = sink.Position();
         part.clear();
         column.AppendSortKey(sink.Row(i), position, sink.PartSize(), part);
         part.resize(greatestPart, '\0');

@@ -1,5 +1,7 @@
 #include "storage/string_storage.h"
 
+#include <algorithm>
+
 #include "storage/measure_texts.h"
 #include "storage/natural_compare.h"
 
@@ -36,19 +38,18 @@ void StringStorage::PutSortKeys(SortKeySink& sink) {
     std::string encoded;
     for (std::size_t i = 0; i < sink.Count(); ++i) {
         const int row = sink.Row(i);
-        bool done = false;
-        if (sink.Depth() == 0) {
-            std::string_view text;
-            bool whole = values.ViewInPlace(row, text);
-            if (!whole) {
-                text = std::string_view(head, values.ReadPart(row, 0, head, sizeof head));
-                whole = static_cast<__int64>(text.size()) == values.Length(row);
-            }
-            done = encoder.FirstPart(text.data(), text.size(), whole, part);
+        const SortKeyPosition& from = sink.Position();
+        std::string_view text;
+        bool whole = values.ViewInPlace(row, text);
+        if (whole) {
+            text.remove_prefix(std::min(text.size(), static_cast<std::size_t>(from.offset)));
+        } else {
+            text = std::string_view(head, values.ReadPart(row, from.offset, head, sizeof head));
+            whole = from.offset + static_cast<__int64>(text.size()) >= values.Length(row);
         }
-        if (!done) {
+        if (!encoder.Part(text.data(), text.size(), whole, from.skip, part)) {
             VarLengthSortSource source(values, row);
-            SortKeyPosition position{0, sink.Depth()};
+            SortKeyPosition position = from;
             encoded.clear();
             encoder.Append(source, position, sink.PartSize(), encoded);
             encoded.resize(kGreatestPart, '\0');
