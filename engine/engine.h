@@ -63,7 +63,7 @@ struct EngineData {
 
 // The engine for requests held by `Ptr`; the library has the one for RequestPtr.
 template <class Ptr>
-class EngineT : public IEngine {
+class QXSENG2_API EngineT : public IEngine {
   public:
     explicit EngineT(ThreadAttributes* attributes);
     ~EngineT() override;

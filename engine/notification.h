@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <condition_variable>
-#include <initializer_list>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -54,11 +53,9 @@ class QXSENG2_API NotificationCallbacks {
     qxutils::RecursiveReadWriteLock& GetCriticalSection() { return lock; }
 
     // For an object that removed itself because it is about to go: waits until no other thread is inside a
-    // call to one of `callbacks`, at most for `timeoutMs`. True when none is.
-    bool WaitForCalls(std::initializer_list<const void*> callbacks, long timeoutMs);
-    // For a callback that is done with its own object but not yet with the call: WaitForCalls does not wait
-    // for the innermost call on this thread any more.
-    void LeaveCall();
+    // call to one of `gone`, at most for `timeoutMs`. True when none is. Not for objects whose calls may wait
+    // for this thread.
+    bool WaitForCalls(const std::vector<const void*>& gone, long timeoutMs);
 
   private:
     friend class DispatchCallbacks;
@@ -76,10 +73,6 @@ class QXSENG2_API NotificationCallbacks {
     void RemoveFrom(std::vector<Callback*>& list, Callback& callback);
     template <class Callback, class Invoke>
     void Walk(std::vector<Callback*> NotificationCallbacks::*list, const Invoke& invoke);
-    template <class Callback>
-    bool BeginCall(std::vector<Callback*> NotificationCallbacks::*list, Callback* callback);
-    void EndCall(const void* callback);
-
     // Guarded by lock.
     std::vector<ErrorCallback*> errorCallbacks;
     std::vector<MessageCallback*> messageCallbacks;
@@ -93,7 +86,7 @@ class QXSENG2_API NotificationCallbacks {
 
     std::mutex callMutex;
     std::condition_variable callEnded;
-    std::vector<Call> calls;  // guarded by callMutex; innermost last for each thread
+    std::vector<Call> calls;  // guarded by callMutex
 };
 
 // Base of the requests that notify. Each notification takes a copy of its list and calls those of it that are

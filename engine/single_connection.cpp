@@ -4,7 +4,8 @@
 
 namespace qxdbsqlengine {
 
-SingleConnection::SingleConnection(const qxdb::ConnectionDef& definition) : connection(definition.Connect()) {}
+SingleConnection::SingleConnection(const qxdb::ConnectionDef& definition)
+    : connection(definition.Connect()) {}
 
 SingleConnection::~SingleConnection() = default;
 

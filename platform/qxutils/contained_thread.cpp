@@ -115,20 +115,20 @@ class ThreadAttributes {
     bool ended = false;     // the system's thread touches nothing any more
 };
 
-ContainedThread::ContainedThread(ThreadAttributes* threadAttributes) : attributes(threadAttributes) {}
+ContainedThread::ContainedThread(ThreadAttributes* threadAttributes) : record(threadAttributes) {}
 
 ContainedThread::~ContainedThread() = default;
 
 bool ContainedThread::Initialized() {
-    return attributes->IsInitialized();
+    return record->IsInitialized();
 }
 
 bool ContainedThread::ExecutionCompleted() {
-    return attributes->IsCompleted();
+    return record->IsCompleted();
 }
 
 void ContainedThread::ReadyToRun() {
-    attributes->LetRun();
+    record->LetRun();
 }
 
 ThreadAttributes* ContainedThread::CreateThreadIntl(ContainedThread* (*factory)(ThreadAttributes*)) {

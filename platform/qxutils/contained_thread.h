@@ -43,7 +43,7 @@ class QXSENG2_API ContainedThread {
     friend class ThreadAttributes;
     friend class ThreadPtrUtils;
 
-    ThreadAttributes* const attributes;
+    ThreadAttributes* const record;
 };
 
 // What ThreadPtr is made of. Any thread; null is allowed everywhere.
