@@ -1,0 +1,389 @@
+#include "drivers/sqlite/result_fields.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <limits>
+
+#include "drivers/sqlite/failure.h"
+#include "drivers/sqlite/value_text.h"
+
+namespace qxdrivers::sqlite {
+
+namespace {
+
+using qxdb::Column;
+
+// Makes decimals of a scale of the numbers that SQLite keeps.
+class DecimalReader {
+  public:
+    explicit DecimalReader(unsigned int digits)
+        : scale(digits), factor(scale < std::size(powers) ? powers[scale] : 0) {}
+
+    qxdb::Decimal FromInteger(__int64 value) const {
+        const bool negative = value < 0;
+        const auto bits = static_cast<std::uint64_t>(value);
+        const std::uint64_t magnitude = negative ? 0 - bits : bits;
+        if (factor != 0 && magnitude <= std::numeric_limits<std::uint64_t>::max() / factor) {
+            return qxdb::Decimal::FromScaled(negative, magnitude * factor, scale);
+        }
+        return Padded(qxdb::Decimal(value, 0));
+    }
+
+    // SQLite keeps a DECIMAL as REAL. Where a number with the declared digits has this very double, that is
+    // the number that was stored: both sides of the division are exact, so it gives the double that is
+    // nearest to the number. Otherwise the shortest digits that read back as the double. `value` is finite.
+    qxdb::Decimal FromReal(double value) const {
+        constexpr double exactLimit = 9007199254740992.0;  // whole numbers up to here are exact
+        const double unit = static_cast<double>(factor);
+        const double scaled = std::fabs(value) * unit;
+        if (factor != 0 && scaled < exactLimit) {
+            const auto magnitude = static_cast<std::uint64_t>(scaled + 0.5);
+            if (static_cast<double>(magnitude) / unit == std::fabs(value)) {
+                return qxdb::Decimal::FromScaled(value < 0, magnitude, scale);
+            }
+        }
+        return Padded(qxdb::Decimal(value));
+    }
+
+    // At least the digits of the scale.
+    qxdb::Decimal Padded(qxdb::Decimal value) const {
+        if (value.GetScale() < static_cast<int>(scale)) {
+            value.SetScale(scale, qxdb::Decimal::RoundHalfUp);
+        }
+        return value;
+    }
+
+  private:
+    // Powers of ten whose double is exact and which 64 bits hold.
+    static constexpr std::uint64_t powers[] = {1,
+                                               10,
+                                               100,
+                                               1000,
+                                               10000,
+                                               100000,
+                                               1000000,
+                                               10000000,
+                                               100000000,
+                                               1000000000,
+                                               10000000000,
+                                               100000000000,
+                                               1000000000000,
+                                               10000000000000,
+                                               100000000000000,
+                                               1000000000000000,
+                                               10000000000000000,
+                                               100000000000000000,
+                                               1000000000000000000};
+
+    const unsigned int scale;
+    const std::uint64_t factor;  // 10^scale, 0 when that is beyond the table
+};
+
+// A number; also the base of the other kinds, since whole numbers can be read from all of them that hold one.
+// Every read looks at the value's storage class: the usual one costs one comparison.
+class ResultField : public qxdb::Field {
+  public:
+    ResultField(std::shared_ptr<Run> source, int position, Column::BindType bindType)
+        : run(std::move(source)), statement(run->Raw()), column(position), type(bindType) {}
+
+    std::string GetName() override { return Description().record->name; }
+    Column::BindType GetType() override { return type; }
+    qxdb::DataType::Direction GetDirection() override { return qxdb::DataType::DirectionOut; }
+    bool IsNull() override { return Storage() == SQLITE_NULL; }
+
+    std::string AsString() override {
+        std::string text;
+        AppendValue(statement, column, text);
+        return text;
+    }
+
+    __int64 AsBigInt() override {
+        const int storage = Storage();
+        if (storage == SQLITE_INTEGER) {
+            return sqlite3_column_int64(statement, column);
+        }
+        __int64 whole = 0;
+        if (storage != SQLITE_FLOAT || !ToInt64(sqlite3_column_double(statement, column), whole)) {
+            Misfit();
+        }
+        return whole;
+    }
+    short AsShort() override { return Narrow<short>(); }
+    int AsInt() override { return Narrow<int>(); }
+    long AsLong() override { return Narrow<long>(); }
+
+    double AsDouble() override {
+        const int storage = Storage();
+        if (storage == SQLITE_FLOAT) {
+            return sqlite3_column_double(statement, column);
+        }
+        double number = 0;
+        if (storage != SQLITE_INTEGER || !ToDouble(sqlite3_column_int64(statement, column), number)) {
+            Misfit();
+        }
+        return number;
+    }
+    qxdb::Decimal AsDecimal() override {
+        static const DecimalReader plain(0);
+        return ReadDecimal(plain);
+    }
+    // The nearest single.
+    float AsFloat() override { return static_cast<float>(AsDouble()); }
+
+  protected:
+    int Storage() const { return sqlite3_column_type(statement, column); }
+    const ResultColumn& Description() const { return run->Columns()[static_cast<std::size_t>(column)]; }
+
+    qxdb::Decimal ReadDecimal(const DecimalReader& reader) const {
+        const int storage = Storage();
+        if (storage == SQLITE_INTEGER) {
+            return reader.FromInteger(sqlite3_column_int64(statement, column));
+        }
+        if (storage == SQLITE_FLOAT) {
+            const double value = sqlite3_column_double(statement, column);
+            if (!std::isfinite(value)) {
+                Misfit();
+            }
+            return reader.FromReal(value);
+        }
+        qxdb::Decimal value;
+        if (storage != SQLITE_TEXT || !qxdb::Decimal::TryParse(TextOf(statement, column), value)) {
+            Misfit();
+        }
+        return reader.Padded(value);
+    }
+
+    [[noreturn]] void Misfit() const { run->ThrowMisfit(column, Description().type.name); }
+
+    const std::shared_ptr<Run> run;
+    sqlite3_stmt* const statement;
+    const int column;
+
+  private:
+    template <class T>
+    T Narrow() {
+        const __int64 value = AsBigInt();
+        if (value < std::numeric_limits<T>::min() || value > std::numeric_limits<T>::max()) {
+            Misfit();
+        }
+        return static_cast<T>(value);
+    }
+
+    const Column::BindType type;
+};
+
+// Characters: TEXT as it is, numbers as text.
+class TextField : public ResultField {
+  public:
+    TextField(std::shared_ptr<Run> source, int position)
+        : ResultField(std::move(source), position, Column::BindString) {}
+
+    void GetStringInto(qxdb::StringInsert* sink) override {
+        Read(scratch);
+        sink->Insert(scratch);
+    }
+    std::string AsString() override {
+        std::string text;
+        Read(text);
+        return text;
+    }
+
+  protected:
+    virtual void Read(std::string& text) {
+        const int storage = Storage();
+        if (storage == SQLITE_TEXT) {
+            const std::string_view value = TextOf(statement, column);
+            text.assign(value.data(), value.size());
+        } else if (storage == SQLITE_BLOB) {
+            Misfit();
+        } else {
+            text.clear();
+            AppendValue(statement, column, text);
+        }
+    }
+
+  private:
+    std::string scratch;  // keeps its memory from row to row
+};
+
+// Any value as text, for a caller that asks for nothing but text.
+class AnyTextField : public TextField {
+  public:
+    using TextField::TextField;
+
+  protected:
+    void Read(std::string& text) override {
+        text.clear();
+        AppendValue(statement, column, text);
+    }
+};
+
+class DecimalField : public ResultField {
+  public:
+    DecimalField(std::shared_ptr<Run> source, int position)
+        : ResultField(std::move(source), position, Column::BindDecimal),
+          reader(static_cast<unsigned int>(Description().type.scale)) {}
+
+    qxdb::Decimal AsDecimal() override { return ReadDecimal(reader); }
+    std::string AsString() override { return IsNull() ? std::string() : AsDecimal().AsString(false, -1); }
+
+  private:
+    const DecimalReader reader;
+};
+
+class TimestampField : public ResultField {
+  public:
+    TimestampField(std::shared_ptr<Run> source, int position)
+        : ResultField(std::move(source), position, Column::BindTimestamp),
+          part(Description().type.part),
+          ownFormat(Description().ownFormat) {
+        empty.SetFormat(Description().record->dateTimeFormat);
+        for (int i = Description().type.scale; i < 9; ++i) {
+            smallestShown *= 10;
+        }
+    }
+
+    qxdb::Timestamp AsTimestamp() override {
+        qxdb::Timestamp value = empty;
+        if (Storage() != SQLITE_TEXT || !Read(TextOf(statement, column), value)) {
+            Misfit();
+        }
+        return value;
+    }
+
+    std::string AsString() override { return IsNull() ? std::string() : AsTimestamp().AsString(); }
+
+  private:
+    bool Read(std::string_view text, qxdb::Timestamp& value) const {
+        if (!ownFormat) {
+            return ParseTime(text, part, value) || value.Parse(text);
+        }
+        return ParseTime(text, part, value) && IsShown(value);
+    }
+
+    // What the column's format does not show would be lost in every text made of the value.
+    bool IsShown(const qxdb::Timestamp& value) const {
+        if (part == TimePart::Date) {
+            return value.GetHour() == 0 && value.GetMinute() == 0 && value.GetSeconds() == 0 &&
+                   value.GetFraction() == 0;
+        }
+        return value.GetFraction() == 0 || value.GetFraction() % smallestShown == 0;
+    }
+
+    qxdb::Timestamp empty;  // has the column's format
+    const TimePart part;
+    const bool ownFormat;
+    int smallestShown = 1;  // nanoseconds of the last digit of the format
+};
+
+class BinaryField : public ResultField {
+  public:
+    BinaryField(std::shared_ptr<Run> source, int position)
+        : ResultField(std::move(source), position, Column::BindBinary) {}
+
+    qxdb::DynBuffer& GetBuffer() override {
+        const int storage = Storage();
+        if (storage == SQLITE_INTEGER || storage == SQLITE_FLOAT) {
+            Misfit();
+        }
+        const std::string_view bytes = BytesOf(statement, column);
+        buffer.Assign(reinterpret_cast<const unsigned char*>(bytes.data()),
+                      static_cast<unsigned int>(bytes.size()));
+        return buffer;
+    }
+
+  private:
+    qxdb::DynBuffer buffer;
+};
+
+// Reads from SQLite's own memory, which is valid while the row is the current one.
+class ValueStream : public qxdb::RawStream {
+  public:
+    void Open(const Run& source, std::string_view value) {
+        run = &source;
+        row = source.Row();
+        rest = value;
+    }
+
+    unsigned int Read(unsigned char* target, unsigned int length) override {
+        if (!run || run->Row() != row || !run->HasRow()) {
+            ThrowRefusal("A large object can't be read after its row", "HY010");
+        }
+        const std::size_t count = std::min<std::size_t>(length, rest.size());
+        if (count > 0) {
+            std::memcpy(target, rest.data(), count);
+            rest.remove_prefix(count);
+        }
+        return static_cast<unsigned int>(count);
+    }
+
+  private:
+    const Run* run = nullptr;
+    __int64 row = 0;
+    std::string_view rest;
+};
+
+class LobField : public ResultField {
+  public:
+    LobField(std::shared_ptr<Run> source, int position)
+        : ResultField(std::move(source), position, Column::BindLob), binary(Description().type.binary) {}
+
+    qxdb::RawStream* GetStream() override {
+        stream.Open(*run, Value());
+        return &stream;
+    }
+
+    std::string AsString() override {
+        Value();
+        return ResultField::AsString();
+    }
+
+  private:
+    std::string_view Value() {
+        const int storage = Storage();
+        const bool number = storage == SQLITE_INTEGER || storage == SQLITE_FLOAT;
+        if (binary ? number : storage == SQLITE_BLOB) {
+            Misfit();
+        }
+        if (!number) {
+            return BytesOf(statement, column);
+        }
+        digits.clear();
+        AppendValue(statement, column, digits);
+        return digits;
+    }
+
+    const bool binary;
+    std::string digits;  // of a number that is read as characters
+    ValueStream stream;
+};
+
+}  // namespace
+
+std::unique_ptr<qxdb::Field> MakeResultField(const std::shared_ptr<Run>& run, int column, bool asString) {
+    if (asString) {
+        return std::make_unique<AnyTextField>(run, column);
+    }
+    const Column::BindType type = run->Columns()[static_cast<std::size_t>(column)].type.type;
+    switch (type) {
+        case Column::BindString:
+            return std::make_unique<TextField>(run, column);
+        case Column::BindDecimal:
+            return std::make_unique<DecimalField>(run, column);
+        case Column::BindTimestamp:
+            return std::make_unique<TimestampField>(run, column);
+        case Column::BindBinary:
+            return std::make_unique<BinaryField>(run, column);
+        case Column::BindLob:
+            return std::make_unique<LobField>(run, column);
+        default:
+            return std::make_unique<ResultField>(run, column, type);
+    }
+}
+
+}  // namespace qxdrivers::sqlite
