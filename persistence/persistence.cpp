@@ -126,4 +126,9 @@ bool Persistence::ReadAllResultSets() {
     return impl && impl->ReadAllResultSets();
 }
 
+void Persistence::SetOutputStream(std::ostream* stream) {
+    if (impl)
+        impl->SetOutputStream(stream);
+}
+
 }  // namespace qxdbsqlengine

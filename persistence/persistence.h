@@ -12,6 +12,7 @@
 
 #include <atomic>
 #include <deque>
+#include <iosfwd>
 #include <memory>
 #include <string>
 #include <vector>
@@ -98,6 +99,7 @@ class QXSENG2_API IPersistenceImpl {
     virtual bool WriteResultSets(std::deque<int> resultSets) = 0;
     virtual bool WriteResultSet(int resultSet, bool wholeFile) = 0;
     virtual bool ReadAllResultSets() = 0;
+    virtual void SetOutputStream(std::ostream* stream) = 0;
 };
 
 // The class that callers use: a handle on one format.
@@ -159,6 +161,10 @@ class QXSENG2_API Persistence {
     // Reads the file and adds its result sets to the store. An empty file adds none and gives true. Formats
     // that are not read back give false.
     bool ReadAllResultSets();
+
+    // Writing goes to this open stream, such as standard output, instead of a file of its own; null ends that.
+    // Not owned, and never closed: at the end of a file it is flushed. A failure is reported as that of a file.
+    void SetOutputStream(std::ostream* stream);
 
   private:
     std::unique_ptr<IPersistenceImpl> impl;

@@ -406,10 +406,18 @@ void PersistenceImpl::ReportRemark(int severity, long long line, const std::stri
     NotifyRecord(ErrorRecord(severity, 0, ClampToInt(line), 0, WithFileName(text), "", nullptr));
 }
 
+void PersistenceImpl::SetOutputStream(std::ostream* stream) {
+    if (output.is_open())
+        CloseOutput();
+    outputStream = stream;
+}
+
 bool PersistenceImpl::OpenOutput() {
     if (output.is_open())
         return true;
     failed = false;
+    if (outputStream != nullptr)
+        return true;
     buffer.Clear();
     errno = 0;
     output.clear();
@@ -424,8 +432,8 @@ bool PersistenceImpl::OpenOutput() {
 bool PersistenceImpl::FlushOutput() {
     if (!failed && buffer.Size() != 0) {
         errno = 0;
-        output.write(buffer.Data(), static_cast<std::streamsize>(buffer.Size()));
-        if (!output.good())
+        Output().write(buffer.Data(), static_cast<std::streamsize>(buffer.Size()));
+        if (!Output().good())
             ReportFileFailure(CurrentSystemError());
     }
     buffer.Clear();
@@ -436,8 +444,11 @@ bool PersistenceImpl::CloseOutput() {
     FlushOutput();
     buffer.Release();
     errno = 0;
-    output.close();
-    if (output.fail() && !failed)
+    if (outputStream != nullptr)
+        outputStream->flush();
+    else
+        output.close();
+    if (Output().fail() && !failed)
         ReportFileFailure(CurrentSystemError());
     return !failed;
 }
@@ -445,9 +456,10 @@ bool PersistenceImpl::CloseOutput() {
 // The way out of an exception: the file keeps what it has, and nobody is told a second reason.
 void PersistenceImpl::AbandonOutput() {
     if (!failed && buffer.Size() != 0)
-        output.write(buffer.Data(), static_cast<std::streamsize>(buffer.Size()));
+        Output().write(buffer.Data(), static_cast<std::streamsize>(buffer.Size()));
     buffer.Release();
-    output.close();
+    if (outputStream == nullptr)
+        output.close();
 }
 
 bool PersistenceImpl::OpenInput() {

@@ -54,6 +54,7 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     bool WriteResultSets(std::deque<int> resultSets) override;
     bool WriteResultSet(int resultSet, bool wholeFile) override;
     bool ReadAllResultSets() override;
+    void SetOutputStream(std::ostream* stream) override;
 
     // The row loop of one result set: header, rows, footer, with the head and foot of the file around them
     // when it is `wholeFile`. False when the file could not be opened or written; true also after a cancel.
@@ -134,6 +135,7 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
 
   private:
     bool BeginOperation();
+    std::ostream& Output() { return outputStream != nullptr ? *outputStream : output; }
     bool OpenOutput();
     bool OpenInput();
     bool FlushOutput();
@@ -149,6 +151,7 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     void ReportProgress();
     std::string WithFileName(const std::string& text) const;
 
+    std::ostream* outputStream = nullptr;  // a caller's stream instead of `output`
     OutputBuffer buffer;               // formatted, not yet in the file
     std::vector<int> selectedColumns;  // of the current result set
     bool failed = false;               // a failure of the running operation was reported
