@@ -2,10 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
 #include <random>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <type_traits>
+#include <vector>
 
 #include "platform/qxutils/qx_exception.h"
 
@@ -263,6 +266,28 @@ TEST(Timestamp, AnEmptyFormatIsTheDefault) {
     value.SetFormat("");
     EXPECT_EQ(value.AsString(), "2006-12-31 00:00:00.000");
     EXPECT_EQ(value.GetFormat(), kDefault);
+}
+
+TEST(Timestamp, FormatsAreMadeFromSeveralThreadsAtOnce) {
+    const std::string digits = "fffffffffffffffffffffffffffffffffffffffffffffffffffffffffffff";
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&digits] {
+            for (std::size_t length = 1; length < digits.size(); ++length) {
+                Timestamp value;
+                value.SetFormat(digits.substr(0, length));
+                EXPECT_EQ(value.AsString(), std::string(length, '0'));
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    Timestamp first;
+    Timestamp second;
+    first.SetFormat("yyyy");
+    second.SetFormat("MM");
+    second.SetFormat("yyyy");
+    EXPECT_EQ(&first.GetFormat(), &second.GetFormat());
 }
 
 TEST(Timestamp, LongTextsAreCutInTheMessage) {
