@@ -40,23 +40,19 @@ bool IsAllFree(const std::uint32_t* bitmap) {
     return bitmap[kBitmapWords - 1] == kLastAllFree;
 }
 
-bool HasNoPage(const AllocBlock& block) {
-    return block.blockNumber == 0 && block.address == nullptr && block.next == nullptr &&
-           block.prev == nullptr;
-}
-
 }  // namespace
 
 CellAlloc::CellAlloc(PageAlloc& pageAlloc) : alloc(pageAlloc) {}
 
 CellAlloc::~CellAlloc() {
-    for (AllocBlock& page : pages)
-        alloc.ReleasePage(page);
+    for (Page& page : pages)
+        alloc.ReleasePage(page.block);
 }
 
-void CellAlloc::NewPage(AllocBlock& page) {
-    alloc.AllocPage(page);
-    std::uint32_t* bitmap = Bitmap(page.address);
+void CellAlloc::NewPage(Page& page) {
+    alloc.AllocPage(page.block);
+    page.present = true;
+    std::uint32_t* bitmap = Bitmap(page.block.address);
     for (int word = 0; word < kBitmapWords - 1; ++word)
         bitmap[word] = kAllFree;
     bitmap[kBitmapWords - 1] = kLastAllFree;
@@ -73,32 +69,34 @@ void* CellAlloc::Allocate(int& id) {
                 throw;
             }
         }
-        AllocBlock& block = pages[static_cast<std::size_t>(searchStart)];
-        if (HasNoPage(block))
-            NewPage(block);
-        void* page = alloc.GetPage(block);
-        const int n = TakeFreeCell(Bitmap(page));
+        Page& page = pages[static_cast<std::size_t>(searchStart)];
+        if (!page.present)
+            NewPage(page);
+        void* address = alloc.GetPage(page.block);
+        const int n = TakeFreeCell(Bitmap(address));
         if (n >= 0) {
             id = searchStart * kCellsPerPage + n;
-            return Cell(page, n);
+            return Cell(address, n);
         }
     }
 }
 
 void* CellAlloc::GetCell(int id) {
-    return Cell(alloc.GetPage(pages[static_cast<std::size_t>(id / kCellsPerPage)]), id % kCellsPerPage);
+    return Cell(alloc.GetPage(pages[static_cast<std::size_t>(id / kCellsPerPage)].block), id % kCellsPerPage);
 }
 
 void CellAlloc::Free(int id) {
     const int number = id / kCellsPerPage;
     const int n = id % kCellsPerPage;
-    AllocBlock& block = pages[static_cast<std::size_t>(number)];
-    std::uint32_t* bitmap = Bitmap(alloc.GetPage(block));
+    Page& page = pages[static_cast<std::size_t>(number)];
+    std::uint32_t* bitmap = Bitmap(alloc.GetPage(page.block));
     bitmap[n / kWordBits] |= 1U << (n % kWordBits);
     if (searchStart > number)
         searchStart = number;
-    if (IsAllFree(bitmap))
-        alloc.ReleasePage(block);
+    if (IsAllFree(bitmap)) {
+        alloc.ReleasePage(page.block);
+        page.present = false;
+    }
 }
 
 }  // namespace qxdbsqlengine

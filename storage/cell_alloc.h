@@ -40,10 +40,15 @@ class QXSENG2_API CellAlloc {
     void Free(int id);
 
   private:
-    void NewPage(AllocBlock& page);
+    struct Page {
+        AllocBlock block;
+        bool present = false;  // false: given back, and the record is all zeros
+    };
+
+    void NewPage(Page& page);
 
     int searchStart = 0;  // the lowest page that may hold a free cell
-    std::deque<AllocBlock> pages;
+    std::deque<Page> pages;
     PageAlloc& alloc;
 };
 

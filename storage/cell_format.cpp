@@ -20,8 +20,9 @@ bool FormatsByItself(const std::locale& locale) {
             typeid(characters) != typeid(std::ctype_byname<char>));
 }
 
-bool IsGroupSize(char size) {
-    return static_cast<signed char>(size) > 0 && size != CHAR_MAX;
+// Digits up to the next separator.
+int GroupSize(char size, int digitCount) {
+    return size == CHAR_MAX ? digitCount : size;
 }
 
 }  // namespace
@@ -35,7 +36,10 @@ CellFormat::CellFormat(const std::locale& cellLocale)
         return;
     ownDigits = FormatsByItself(locale);
     grouping = punctuation.grouping();
-    if (!grouping.empty() && !IsGroupSize(grouping[0]))
+    // What a size of 0 or less means is the stream's own affair.
+    for (char groupSize : grouping)
+        ownDigits = ownDigits || static_cast<signed char>(groupSize) <= 0;
+    if (!grouping.empty() && grouping[0] == CHAR_MAX)
         grouping.clear();
 }
 
@@ -69,13 +73,13 @@ void CellFormat::AppendGrouped(const char* digits, int count, std::string& out) 
     char text[64];
     char* first = text + sizeof text;
     std::size_t group = 0;
-    int left = IsGroupSize(grouping[0]) ? grouping[0] : count;
+    int left = GroupSize(grouping[0], count);
     for (int i = count; i > 0; --i) {
         if (left == 0) {
             *--first = thousandsSeparator;
             if (group + 1 < grouping.size())
                 ++group;
-            left = IsGroupSize(grouping[group]) ? grouping[group] : count;
+            left = GroupSize(grouping[group], count);
         }
         *--first = digits[i - 1];
         --left;

@@ -33,6 +33,8 @@ struct Record {
         digits = bytes.substr(kHeaderBytes);
         if (!digits.empty() && digits.back() == '\0')
             digits.remove_suffix(kTerminatorBytes);
+        if (digits.size() == 1 && digits[0] == '\0')
+            digits = std::string_view();  // zero, as in a row that does not exist
     }
     void CopyTo(qxdb::Decimal& value) const {
         value.SetFromBytes(negative, std::min<unsigned int>(scale, qxdb::Decimal::MaxScale),
