@@ -27,7 +27,7 @@ void SQLiteStatement::SetText(const std::string& sql) {
     parameters = std::make_shared<ParameterBinding>(nullptr, qxdb::Schema());
     text = std::make_shared<const std::string>(sql);
     zeroByte = text->find('\0');
-    next = 0;
+    next = text->size();  // nothing runs before Execute
 }
 
 void SQLiteStatement::SetStatement(const std::string& sql) {
@@ -39,6 +39,7 @@ void SQLiteStatement::Prepare(const std::string& sqlOrProcedureName, qxdb::State
         ThrowRefusal("SQLite has no stored procedures: \"" + sqlOrProcedureName + "\"", "0A000");
     }
     SetText(sqlOrProcedureName);
+    next = 0;
     database->Begin(*control);
     struct Ender {
         SQLiteStatement& statement;
