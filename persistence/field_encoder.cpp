@@ -11,10 +11,10 @@ using Word = std::uint64_t;
 constexpr Word kOnes = 0x0101010101010101u;
 constexpr Word kHighBits = 0x8080808080808080u;
 
-// Not zero when a byte of the word is below 0x20 (line ends and tab are; so are other controls, which the
-// exact look sorts out) or equals the byte repeated in `delimiters`.
-inline Word Suspicious(Word word, Word delimiters) {
-    Word difference = word ^ delimiters;
+// Not zero when a byte of the word is below 0x20 (line ends and tab are) or equals the byte that is repeated
+// in `avoid`.
+inline Word Suspicious(Word word, Word avoid) {
+    const Word difference = word ^ avoid;
     return (((word - kOnes * 0x20) & ~word) | ((difference - kOnes) & ~difference)) & kHighBits;
 }
 
@@ -30,69 +30,89 @@ inline void Store(char* to, T value) {
     std::memcpy(to, &value, sizeof value);
 }
 
+// Copies `size` bytes and looks at them on the way, up to the first byte of `stops`; returns how many were
+// copied. Every byte of `stops` must be below 0x20 or the one that is repeated in `avoid`.
+std::size_t CopyUpTo(const char* from, std::size_t size, Word avoid, const bool* stops, char* to) {
+    const auto firstStop = [from, stops](std::size_t begin, std::size_t end) {
+        while (begin < end && !stops[static_cast<unsigned char>(from[begin])])
+            ++begin;
+        return begin;
+    };
+    std::size_t i = 0;
+    for (; i + 8 <= size; i += 8) {
+        const Word word = Load<Word>(from + i);
+        Store(to + i, word);
+        if (Suspicious(word, avoid) != 0) {
+            const std::size_t stop = firstStop(i, i + 8);
+            if (stop != i + 8)
+                return stop;
+        }
+    }
+    if (i == size)
+        return size;
+    if (size >= 8) {
+        const Word last = Load<Word>(from + size - 8);  // some of its bytes for the second time
+        Store(to + size - 8, last);
+        return Suspicious(last, avoid) == 0 ? size : firstStop(i, size);
+    }
+    if (size >= 4) {
+        const std::uint32_t head = Load<std::uint32_t>(from);
+        const std::uint32_t tail = Load<std::uint32_t>(from + size - 4);
+        Store(to, head);
+        Store(to + size - 4, tail);
+        return Suspicious((static_cast<Word>(tail) << 32) | head, avoid) == 0 ? size : firstStop(0, size);
+    }
+    for (; i < size && !stops[static_cast<unsigned char>(from[i])]; ++i)
+        to[i] = from[i];
+    return i;
+}
+
 }  // namespace
 
 void FieldEncoder::SetRules(const FieldRules& newRules) {
     rules = newRules;
-    for (bool& byte : special)
-        byte = false;
-    special[static_cast<unsigned char>('\r')] = true;
-    special[static_cast<unsigned char>('\n')] = true;
-    special[static_cast<unsigned char>('\t')] = rules.expandTabs;
-    special[static_cast<unsigned char>(rules.delimiter)] = true;
-    delimiterWord = kOnes * static_cast<unsigned char>(rules.delimiter);
+    for (int byte = 0; byte < 256; ++byte)
+        special[byte] = specialInQuotes[byte] = false;
+    const auto index = [](char byte) { return static_cast<unsigned char>(byte); };
+    special[index('\r')] = specialInQuotes[index('\r')] = true;
+    special[index('\t')] = specialInQuotes[index('\t')] = rules.expandTabs;
+    special[index('\n')] = true;
+    special[index(rules.delimiter)] = true;
+    specialInQuotes[index(rules.quote)] = true;
+    delimiterWord = kOnes * index(rules.delimiter);
+    quoteWord = kOnes * index(rules.quote);
 }
 
-// Copies while it looks. False, with nothing appended, when the value holds a byte of the table.
-bool FieldEncoder::CopyPlain(std::string_view value, OutputBuffer& out) const {
-    const std::size_t size = value.size();
-    const char* from = value.data();
-    char* to = out.Reserve(size);
-    Word suspicious = 0;
-    if (size >= 8) {
-        std::size_t i = 0;
-        for (; i + 8 <= size && suspicious == 0; i += 8) {
-            Word word = Load<Word>(from + i);
-            Store(to + i, word);
-            suspicious = Suspicious(word, delimiterWord);
+void FieldEncoder::Append(std::string_view value, OutputBuffer& out) const {
+    if (value.empty())
+        return;
+    std::size_t plain = 0;  // bytes before the first special one
+    if (value.front() != rules.quote) {
+        plain = CopyUpTo(value.data(), value.size(), delimiterWord, special, out.Reserve(value.size()));
+        if (plain == value.size()) {
+            out.Commit(plain);
+            return;
         }
-        if (i < size && suspicious == 0) {  // the last eight bytes, some of them for the second time
-            Word word = Load<Word>(from + size - 8);
-            Store(to + size - 8, word);
-            suspicious = Suspicious(word, delimiterWord);
-        }
-    } else if (size >= 4) {
-        std::uint32_t head = Load<std::uint32_t>(from);
-        std::uint32_t tail = Load<std::uint32_t>(from + size - 4);
-        Store(to, head);
-        Store(to + size - 4, tail);
-        suspicious = Suspicious((static_cast<Word>(tail) << 32) | head, delimiterWord);
+    }
+    if (NeedsQuotes(value, plain)) {
+        out.Append(rules.quote);
+        AppendReplacing(value, true, out);
+        out.Append(rules.quote);
     } else {
-        for (std::size_t i = 0; i < size; ++i) {
-            to[i] = from[i];
-            suspicious |= special[static_cast<unsigned char>(from[i])];
-        }
+        AppendReplacing(value, false, out);
     }
-    if (suspicious != 0) {
-        bool found = false;
-        for (unsigned char byte : value)
-            found |= special[byte];
-        if (found)
-            return false;
-        std::memcpy(to, from, size);  // a control byte that is none of the table stopped the first copy
-    }
-    out.Commit(size);
-    return true;
 }
 
-bool FieldEncoder::NeedsQuotes(std::string_view value) const {
+// `from`: no byte before it asks for quotes, save the first.
+bool FieldEncoder::NeedsQuotes(std::string_view value, std::size_t from) const {
     if (!rules.mayQuote)
         return false;
     if (value.front() == rules.quote)
         return true;
     if (!rules.quoteByNeed)
         return false;
-    for (char byte : value) {
+    for (; from < value.size(); ++from) {
+        const char byte = value[from];
         if (byte == '\n')
             return true;
         if (byte == rules.delimiter && byte != '\r' && !(byte == '\t' && rules.expandTabs))
@@ -101,39 +121,46 @@ bool FieldEncoder::NeedsQuotes(std::string_view value) const {
     return false;
 }
 
-void FieldEncoder::AppendSpecial(std::string_view value, OutputBuffer& out) const {
-    const bool quoted = NeedsQuotes(value);
-    if (quoted)
-        out.Append(rules.quote);
-    std::size_t plain = 0;  // start of the run that is not yet appended
-    for (std::size_t i = 0; i < value.size(); ++i) {
-        const char byte = value[i];
-        if (quoted && byte == rules.quote) {
-            out.Append(value.substr(plain, i + 1 - plain));
-            plain = i;  // the same quote once more
-            continue;
+void FieldEncoder::AppendReplacing(std::string_view value, bool quoted, OutputBuffer& out) const {
+    const bool keepAll = quoted && rules.quoteByNeed;  // the quotes protect delimiters and line feeds
+    const bool* const stops = keepAll ? specialInQuotes : special;
+    const Word avoid = keepAll ? quoteWord : delimiterWord;
+    std::size_t next = 0;
+    for (;;) {
+        const std::size_t rest = value.size() - next;
+        char* const to = out.Reserve(rest);
+        std::size_t copied = CopyUpTo(value.data() + next, rest, avoid, stops, to);
+        if (quoted && !keepAll) {
+            const void* const quote = std::memchr(to, rules.quote, copied);
+            if (quote != nullptr)
+                copied = static_cast<std::size_t>(static_cast<const char*>(quote) - to);
         }
-        if (!special[static_cast<unsigned char>(byte)])
-            continue;
-        const bool lineEnd = byte == '\r' && i + 1 < value.size() && value[i + 1] == '\n';
-        std::string_view replacement = " ";
-        std::size_t replaced = 1;
-        if (byte == '\t' && rules.expandTabs)
-            replacement = "    ";
-        else if (rules.quoteByNeed && byte != '\r')
-            continue;
-        else if (rules.quoteByNeed && lineEnd)
-            replacement = "";
-        else if (lineEnd)
-            replaced = 2;
-        out.Append(value.substr(plain, i - plain));
-        out.Append(replacement);
-        plain = i + replaced;
-        i = plain - 1;
+        out.Commit(copied);
+        next += copied;
+        if (next == value.size())
+            return;
+        next += AppendSpecial(value.substr(next), quoted, out);
     }
-    out.Append(value.substr(plain));
-    if (quoted)
-        out.Append(rules.quote);
+}
+
+// Appends what stands for the first byte of `value`, one of the table; returns how many bytes that was for.
+std::size_t FieldEncoder::AppendSpecial(std::string_view value, bool quoted, OutputBuffer& out) const {
+    const char byte = value.front();
+    const bool lineEnd = byte == '\r' && value.size() > 1 && value[1] == '\n';
+    if (quoted && byte == rules.quote) {
+        out.Append(byte);
+        out.Append(byte);
+    } else if (byte == '\t' && rules.expandTabs) {
+        out.Append("    ");
+    } else if (rules.quoteByNeed && byte != '\r') {
+        out.Append(byte);
+    } else if (!lineEnd) {
+        out.Append(' ');
+    } else if (!rules.quoteByNeed) {
+        out.Append(' ');
+        return 2;
+    }
+    return 1;
 }
 
 }  // namespace qxdbsqlengine

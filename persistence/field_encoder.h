@@ -1,6 +1,8 @@
 // Turns a value into a field of delimited text.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include "persistence/output_buffer.h"
@@ -42,22 +44,18 @@ class FieldEncoder {
     const FieldRules& GetRules() const { return rules; }
 
     // Appends the field. Most values hold nothing special; they cost one look at each eight bytes.
-    void Append(std::string_view value, OutputBuffer& out) const {
-        if (value.empty())
-            return;
-        if (value.front() != rules.quote && CopyPlain(value, out))
-            return;
-        AppendSpecial(value, out);
-    }
+    void Append(std::string_view value, OutputBuffer& out) const;
 
   private:
-    bool CopyPlain(std::string_view value, OutputBuffer& out) const;
-    void AppendSpecial(std::string_view value, OutputBuffer& out) const;
-    bool NeedsQuotes(std::string_view value) const;
+    bool NeedsQuotes(std::string_view value, std::size_t from) const;
+    void AppendReplacing(std::string_view value, bool quoted, OutputBuffer& out) const;
+    std::size_t AppendSpecial(std::string_view value, bool quoted, OutputBuffer& out) const;
 
     FieldRules rules;
-    bool special[256];                 // bytes that a value cannot hold unchanged or unquoted
-    unsigned long long delimiterWord;  // the delimiter in each of eight bytes
+    bool special[256];            // bytes that do not go into a bare field as they are
+    bool specialInQuotes[256];    // and with quoteByNeed into a quoted one
+    std::uint64_t delimiterWord;  // the delimiter in each of eight bytes
+    std::uint64_t quoteWord;
 };
 
 }  // namespace qxdbsqlengine

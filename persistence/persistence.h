@@ -162,8 +162,9 @@ class QXSENG2_API Persistence {
     // that are not read back give false.
     bool ReadAllResultSets();
 
-    // Writing goes to this open stream, such as standard output, instead of a file of its own; null ends that.
-    // Not owned, and never closed: at the end of a file it is flushed. A failure is reported as that of a file.
+    // Writing goes to this open stream, such as standard output, instead of a file of its own; null ends
+    // that. Not owned, and never closed: at the end of a file it is flushed. A failure is reported as that of
+    // a file.
     void SetOutputStream(std::ostream* stream);
 
   private:

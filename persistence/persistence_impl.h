@@ -152,9 +152,9 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     std::string WithFileName(const std::string& text) const;
 
     std::ostream* outputStream = nullptr;  // a caller's stream instead of `output`
-    OutputBuffer buffer;               // formatted, not yet in the file
-    std::vector<int> selectedColumns;  // of the current result set
-    bool failed = false;               // a failure of the running operation was reported
+    OutputBuffer buffer;                   // formatted, not yet in the file
+    std::vector<int> selectedColumns;      // of the current result set
+    bool failed = false;                   // a failure of the running operation was reported
 };
 
 }  // namespace qxdbsqlengine
