@@ -4,15 +4,18 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <locale>
 #include <map>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
 #include "dbms/dbms_handler.h"
+#include "engine/engine.h"
 #include "request/sql_request.h"
 #include "support/recording_callbacks.h"
 #include "support/scripted_driver.h"
@@ -157,6 +160,22 @@ class RequestTest : public ::testing::Test {
     bool Run(qxdb::DBTYPE type, const std::string& sql) {
         request.SetSQL(sql, SQLRequest::RequestSQL, false, false);
         return request.Execute(Def(type));
+    }
+    // Runs the request as it is on an engine and waits for its end.
+    void RunOnEngine() {
+        qxutils::ThreadPtr<qxdbsqlengine::IEngine> engine = qxdbsqlengine::Engine::Create();
+        engine->Start(Def());
+        static_cast<qxdbsqlengine::Engine&>(*engine.operator->()).QueueRequest(hold);
+        WaitUntil([&] { return !engine->IsExecuting(); });
+        engine->Stop(false);
+        WaitUntil([&] { return engine->ExecutionCompleted(); });
+    }
+    static void WaitUntil(const std::function<bool()>& condition) {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+        while (!condition()) {
+            ASSERT_LT(std::chrono::steady_clock::now(), end);
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
     }
     // The cells of a column as texts.
     Lines Column(int resultSet, int column = 0) {

@@ -764,6 +764,11 @@ void ScriptedServer::AcceptOthers() {
     state->acceptOthers = true;
 }
 
+void ScriptedServer::Forget() {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    state->nextStep = state->steps.size();
+}
+
 std::shared_ptr<qxdb::ConnectionImpl> ScriptedServer::MakeConnection() {
     return std::make_shared<ScriptConnection>(state);
 }

@@ -191,6 +191,8 @@ class ScriptedServer {
     Step& Expect(const std::string& sql);
     // Any number of statements, in any order and also after the expected ones, each answered with nothing.
     void AcceptOthers();
+    // Drops the expected statements that were not executed.
+    void Forget();
 
     qxdb::Connection Connect();
     // What a driver hands out.
