@@ -123,7 +123,7 @@ class TableFileOwner {
     std::string name;
 };
 
-class RunEnd : public RequestCallback, public ErrorCallback {
+class RunEnd final : public RequestCallback, public ErrorCallback {
   public:
     std::promise<void> ended;
     void OnRequestBegin(double) override {}

@@ -21,7 +21,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-class EndFlag : public RequestCallback {
+class EndFlag final : public RequestCallback {
   public:
     std::atomic<bool> ended{false};
     void OnRequestBegin(double) override {}

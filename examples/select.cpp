@@ -14,7 +14,7 @@
 using namespace qxdbsqlengine;
 
 // Callbacks run on the engine thread, with no lock held. They only take notes here.
-class Notes : public ErrorCallback, public RequestCallback {
+class Notes final : public ErrorCallback, public RequestCallback {
   public:
     std::promise<void> ended;
 
@@ -33,7 +33,7 @@ class Notes : public ErrorCallback, public RequestCallback {
 int main(int argc, char** argv) {
     qxdrivers::RegisterSQLite();
     const std::string file = argc > 1 ? argv[1] : ":memory:";
-    const std::string sql = argc > 2 ? argv[2] : "SELECT 1 AS one, 'two' AS two, NULL AS nothing";
+    const std::string sql = argc > 2 ? argv[2] : "SELECT 1 AS one, 'two' AS two, NULL AS empty";
     try {
         // Where connections come from: any class derived of ConnectionRequestCallback, such as a pool.
         const SmartPtr<ConnectionRequestCallback> connections(

@@ -33,7 +33,7 @@ class Stopwatch {
     const Clock::time_point start = Clock::now();
 };
 
-class Progress : public RequestCallback, public ErrorCallback {
+class Progress final : public RequestCallback, public ErrorCallback {
   public:
     std::atomic<bool> ended{false};
     std::atomic<bool> failed{false};
@@ -51,8 +51,8 @@ class Progress : public RequestCallback, public ErrorCallback {
 std::string StreamSql(long rows) {
     return "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " + std::to_string(rows) +
            ") SELECT i AS id, c.name || ' ' || (i * 7919 % 1000003) AS customer, c.country, p.price, "
-           "p.name AS product, c.born FROM n JOIN customer c ON c.id = i % 8 + 1 "
-           "JOIN product p ON p.rowid = i % 5 + 1";
+           "p.name AS product, c.born FROM n CROSS JOIN customer c ON c.id = i % 8 + 1 "
+           "CROSS JOIN product p ON p.rowid = i % 5 + 1";
 }
 
 // Waits for the first screen of 50 rows and prints three of them.

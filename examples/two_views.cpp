@@ -19,7 +19,7 @@ const char Sql[] =
     "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 200000) "
     "SELECT i AS id, 'file' || (i * 7919 % 200000) AS name FROM n";
 
-class EndFlag : public RequestCallback {
+class EndFlag final : public RequestCallback {
   public:
     std::atomic<bool> ended{false};
     void OnRequestBegin(double) override {}

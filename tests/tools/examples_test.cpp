@@ -10,7 +10,7 @@ namespace {
 TEST(Examples, SelectPrintsTheStore) {
     const ToolResult result = RunTool({SELECT_PATH});
     EXPECT_EQ(0, result.exitCode) << result.err;
-    EXPECT_EQ("one=1  two=two  nothing=[NULL]  \n", result.out);
+    EXPECT_EQ("one=1  two=two  empty=[NULL]  \n", result.out);
     const ToolResult missing = RunTool({SELECT_PATH, "/no/such/file.db"});
     EXPECT_EQ(1, missing.exitCode);
     EXPECT_NE(std::string::npos, missing.err.find("/no/such/file.db"));

@@ -209,12 +209,12 @@ TEST_F(QxsqlTool, ReadsADelimitedFileBack) {
 
 TEST_F(QxsqlTool, TableOnATerminal) {
     const Words command{QXSQL_PATH, "sqlite::memory:",
-                        "SELECT 1 AS n, 'Müller' AS name, NULL AS nothing UNION ALL SELECT 1000, '日本', 'x'"};
+                        "SELECT 1 AS n, 'Müller' AS name, NULL AS empty UNION ALL SELECT 1000, '日本', 'x'"};
     const ToolResult result = RunOnTerminal(command, 80);
     EXPECT_EQ(0, result.exitCode);
     EXPECT_EQ(
-        "   n  name    nothing\n"
-        "----  ------  -------\n"
+        "   n  name    empty\n"
+        "----  ------  ------\n"
         "   1  Müller  [NULL]\n"
         "1000  日本    x\n"
         "(2 rows)\n",

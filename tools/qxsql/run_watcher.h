@@ -22,7 +22,7 @@ struct RunEvent {
 
 // Registered with a director; its callbacks run on the engine thread and only queue events, so that the engine
 // never waits for the screen. Must outlive the run.
-class RunWatcher : public qxdbsqlengine::ErrorCallback,
+class RunWatcher final : public qxdbsqlengine::ErrorCallback,
                    public qxdbsqlengine::RequestCallback,
                    public qxdbsqlengine::ResultSetCallback {
   public:
