@@ -1,9 +1,8 @@
 #include "storage/append_only_results_storage.h"
 
-#include <chrono>
+#include <algorithm>
 #include <utility>
 
-#include "platform/qxutils/lock_guard.h"
 #include "platform/qxutils/string_utils.h"
 #include "storage/binary_storage.h"
 #include "storage/decimal_storage.h"
@@ -24,6 +23,17 @@ constexpr char NullText[] = "[NULL]";
 constexpr int NearRows = 1000;
 
 using qxutils::WriteLockGuard;
+
+// The keys go on naming the same columns when one is deleted.
+void DropSortKey(std::vector<DataSort>& keys, int col) {
+    keys.erase(
+        std::remove_if(keys.begin(), keys.end(), [col](const DataSort& key) { return key.column == col; }),
+        keys.end());
+    for (DataSort& key : keys) {
+        if (key.column > col)
+            --key.column;
+    }
+}
 
 // Null for an unknown data type.
 std::unique_ptr<ColumnSetStorage> MakeColumn(StorageAlloc<65536>& alloc, const ColumnDefinition& definition) {
@@ -68,7 +78,7 @@ struct AppendOnlyResultsStorage::HeldGuards {
 };
 
 AppendOnlyResultsStorage::AppendOnlyResultsStorage()
-    : resultSetCount(0), allocator(MemoryPages, MappedViews, true) {
+    : readLimitMs(ReadAccess::DefaultLimitMs), resultSetCount(0), allocator(MemoryPages, MappedViews, true) {
     resultSets.emplace_back();
 }
 
@@ -78,12 +88,12 @@ AppendOnlyResultsStorage::~AppendOnlyResultsStorage() {
 }
 
 int AppendOnlyResultsStorage::GetNumberOfResultSets() {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? resultSetCount : 0;
 }
 
 int AppendOnlyResultsStorage::GetNumberOfRows(int index, int rs) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     if (!access)
         return 0;
     ResultSetStorage& set = ResultSet(rs);
@@ -92,22 +102,22 @@ int AppendOnlyResultsStorage::GetNumberOfRows(int index, int rs) {
 }
 
 int AppendOnlyResultsStorage::GetNumberOfColumns(int rs) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? static_cast<int>(ResultSet(rs).columns.size()) : 0;
 }
 
 ResultSetType AppendOnlyResultsStorage::GetResultSetType(int rs) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? ResultSet(rs).resultSetType : ResultSetNormal;
 }
 
 EnumDataType AppendOnlyResultsStorage::GetDataType(int rs, int col) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? Column(rs, col).GetDataType() : DataTypeString;
 }
 
 int AppendOnlyResultsStorage::GetPrecision(int rs, int col) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? Column(rs, col).GetPrecision() : 0;
 }
 
@@ -117,7 +127,7 @@ void AppendOnlyResultsStorage::SetPrecision(int rs, int col, int precision) {
 }
 
 int AppendOnlyResultsStorage::GetNativeDataType(int rs, int col) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? Column(rs, col).GetNativeDataType() : 0;
 }
 
@@ -127,7 +137,7 @@ void AppendOnlyResultsStorage::SetNativeDataType(int rs, int col, int type) {
 }
 
 std::string AppendOnlyResultsStorage::GetNativeDataTypeName(int rs, int col) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? Column(rs, col).GetNativeDataTypeName() : std::string();
 }
 
@@ -137,12 +147,12 @@ void AppendOnlyResultsStorage::SetNativeDataTypeName(int rs, int col, const std:
 }
 
 std::string AppendOnlyResultsStorage::GetColumnLabel(int rs, int col) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? Column(rs, col).GetColumnLabel() : std::string();
 }
 
 int AppendOnlyResultsStorage::FindColumnLabel(int rs, const std::string& label) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     if (!access)
         return -1;
     int col = 0;
@@ -155,12 +165,12 @@ int AppendOnlyResultsStorage::FindColumnLabel(int rs, const std::string& label) 
 }
 
 AlignHint AppendOnlyResultsStorage::GetAlignHint(int rs, int col) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? Column(rs, col).GetAlignHint() : AlignLeft;
 }
 
 std::string AppendOnlyResultsStorage::GetString(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return std::string();
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -168,7 +178,7 @@ std::string AppendOnlyResultsStorage::GetString(int index, int rs, int row, int 
 }
 
 short AppendOnlyResultsStorage::GetShort(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return short();
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -176,7 +186,7 @@ short AppendOnlyResultsStorage::GetShort(int index, int rs, int row, int col) {
 }
 
 int AppendOnlyResultsStorage::GetInt(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return 0;
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -184,7 +194,7 @@ int AppendOnlyResultsStorage::GetInt(int index, int rs, int row, int col) {
 }
 
 long AppendOnlyResultsStorage::GetLong(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return 0L;
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -192,7 +202,7 @@ long AppendOnlyResultsStorage::GetLong(int index, int rs, int row, int col) {
 }
 
 __int64 AppendOnlyResultsStorage::GetInt64(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return __int64();
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -200,7 +210,7 @@ __int64 AppendOnlyResultsStorage::GetInt64(int index, int rs, int row, int col) 
 }
 
 float AppendOnlyResultsStorage::GetFloat(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return 0.0F;
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -208,7 +218,7 @@ float AppendOnlyResultsStorage::GetFloat(int index, int rs, int row, int col) {
 }
 
 double AppendOnlyResultsStorage::GetDouble(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return 0.0;
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -216,7 +226,7 @@ double AppendOnlyResultsStorage::GetDouble(int index, int rs, int row, int col) 
 }
 
 qxdb::Decimal AppendOnlyResultsStorage::GetDecimal(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return qxdb::Decimal();
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -224,7 +234,7 @@ qxdb::Decimal AppendOnlyResultsStorage::GetDecimal(int index, int rs, int row, i
 }
 
 qxdb::DynBuffer AppendOnlyResultsStorage::GetBinary(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return qxdb::DynBuffer();
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -232,7 +242,7 @@ qxdb::DynBuffer AppendOnlyResultsStorage::GetBinary(int index, int rs, int row, 
 }
 
 qxdb::Timestamp AppendOnlyResultsStorage::GetTimestamp(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return qxdb::Timestamp();
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -240,12 +250,12 @@ qxdb::Timestamp AppendOnlyResultsStorage::GetTimestamp(int index, int rs, int ro
 }
 
 const char* AppendOnlyResultsStorage::GetDataTimeFormat(int, int rs, int col) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? Column(rs, col).GetDataTimeFormat() : nullptr;
 }
 
 bool AppendOnlyResultsStorage::IsNull(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return false;
     Cell(index, rs, row, col);
@@ -254,7 +264,7 @@ bool AppendOnlyResultsStorage::IsNull(int index, int rs, int row, int col) {
 
 std::string AppendOnlyResultsStorage::AsString(int index, int rs, int row, int col,
                                                const std::locale& locale) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return std::string();
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -378,12 +388,12 @@ void AppendOnlyResultsStorage::InsertNewRow(int rs) {
 
 int AppendOnlyResultsStorage::GetLargestColumnSize(int rs, int col, std::locale& locale,
                                                    LargestColumnItemCallback& callback) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     return access ? Column(rs, col).GetLargestColumnSize(locale, callback) : 0;
 }
 
 LobExtract AppendOnlyResultsStorage::GetLob(int index, int rs, int row, int col) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return LobExtract(qxdb::LobLocator(), std::list<std::string>(), std::string());
     ColumnSetStorage& column = Cell(index, rs, row, col);
@@ -397,13 +407,13 @@ LobExtract AppendOnlyResultsStorage::GetLob(int index, int rs, int row, int col)
 }
 
 bool AppendOnlyResultsStorage::GetUseLobLocators(int rs, int col) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access && Column(rs, col).GetUseLobLocators();
 }
 
 NamedTypeExtract AppendOnlyResultsStorage::GetNamedType(int index, int rs, int row, int col) {
     std::string text;
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (access) {
         ColumnSetStorage& column = Cell(index, rs, row, col);
         text = column.AsString(row);
@@ -412,7 +422,7 @@ NamedTypeExtract AppendOnlyResultsStorage::GetNamedType(int index, int rs, int r
 }
 
 int AppendOnlyResultsStorage::FindString(int index, int rs, int col, const std::string& text, int startRow) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return 0;
     ResultSetStorage& set = ResultSet(rs);
@@ -460,7 +470,7 @@ void AppendOnlyResultsStorage::CleanUp() {
 }
 
 std::string AppendOnlyResultsStorage::GetTagName(int rs) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? ResultSet(rs).tagName : std::string();
 }
 
@@ -470,7 +480,7 @@ void AppendOnlyResultsStorage::SetTagName(int rs, std::string name) {
 }
 
 std::string AppendOnlyResultsStorage::GetTableName(int rs) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     return access ? ResultSet(rs).tableName : std::string();
 }
 
@@ -518,11 +528,13 @@ void AppendOnlyResultsStorage::DeleteColumn(int, int rs, int col) {
         return;
     set.columns.erase(set.columns.begin() + col);
     set.nullIndicator->DeleteColumn(col);
+    for (auto& entry : set.indexes)
+        DropSortKey(entry.second.sortKeys, col);
 }
 
 bool AppendOnlyResultsStorage::VisitRow(int index, int rs, int row, const int* columns, int count,
                                         const CellFormat& format, CellSink& sink) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return false;
     ResultSetStorage& set = ResultSet(rs);

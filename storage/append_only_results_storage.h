@@ -123,6 +123,8 @@ class QXSENG2_API AppendOnlyResultsStorage : public DataContainer {
     // had.
     int GetRowFromIndex(int index, int rs, int row);
 
+    long readLimitMs;  // how long a reader waits
+
   private:
     struct HeldGuards;
 

@@ -78,7 +78,7 @@ RowIndexArray& AppendOnlyResultsStorage::OpenRows(ResultSetStorage& set, int ind
 }
 
 int AppendOnlyResultsStorage::GetRowFromIndex(int index, int rs, int row) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     return access ? Translate(ResultSet(rs), index, row) : row;
 }
 
@@ -104,7 +104,7 @@ void AppendOnlyResultsStorage::DeleteRow(int index, int rs, int row) {
 }
 
 int AppendOnlyResultsStorage::CompareItems(int index, int rs, int col, int row1, int row2) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return 0;
     ResultSetStorage& set = ResultSet(rs);
@@ -118,14 +118,18 @@ void AppendOnlyResultsStorage::Sort(int index, int rs, const std::vector<DataSor
     for (const DataSort& key : keys)
         static_cast<void>(set.columns.at(static_cast<std::size_t>(key.column)));
     RowIndexArray& rows = OpenRows(set, index);
-    set.indexes[index].sortKeys = keys;
+    std::deque<int> tracked;
     if (rowsToTrack) {
-        for (int& row : *rowsToTrack)
-            row = rows.GetItem(row);
+        for (const int row : *rowsToTrack)
+            tracked.push_back(rows.GetItem(row));
     }
+    std::vector<DataSort> newKeys = keys;
     SortRows(set, rows, keys, option);
-    if (rowsToTrack)
-        PositionsOf(rows, *rowsToTrack);
+    set.indexes[index].sortKeys.swap(newKeys);
+    if (rowsToTrack) {
+        PositionsOf(rows, tracked);
+        rowsToTrack->swap(tracked);
+    }
 }
 
 void AppendOnlyResultsStorage::ReSort(int index, int rs) {
@@ -151,7 +155,7 @@ void AppendOnlyResultsStorage::FlipSort(int index, int rs, int col, std::deque<i
 }
 
 bool AppendOnlyResultsStorage::IsSorted(int index, int rs) {
-    const ReadAccess access(rowsLock);
+    const ReadAccess access(rowsLock, readLimitMs);
     if (!access)
         return false;
     ResultSetStorage& set = ResultSet(rs);
@@ -171,7 +175,7 @@ void AppendOnlyResultsStorage::SortRows(ResultSetStorage& set, RowIndexArray& ro
 
 void AppendOnlyResultsStorage::TrackRearrangedRows(int fromIndex, int rs, int toIndex,
                                                    std::deque<int>& rows) {
-    const ReadAccess access(rowsLock, mapLock);
+    const ReadAccess access(rowsLock, mapLock, readLimitMs);
     if (!access)
         return;
     ResultSetStorage& set = ResultSet(rs);

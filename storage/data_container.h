@@ -147,8 +147,10 @@ class QXSENG2_API DataContainer {
     virtual std::string GetTableName(int rs) = 0;
     virtual void SetTableName(int rs, std::string name) = 0;
 
-    // Hold the container stable through many calls of this thread: against writers, or against everybody. Not
-    // counted; UnlockAll drops the thread's hold, on the thread that took it. No time limit.
+    // Hold the container stable through many calls of this thread: against writers (LockAll), or against
+    // everybody. Not counted: UnlockAll drops what this thread holds, on the thread that took it. No time
+    // limit. Under LockAll the thread itself cannot change the container: that throws std::runtime_error
+    // "Unable to acquire lock!"; only dropping a view is let through.
     virtual void LockAll() = 0;
     virtual void WriteLockAll() = 0;
     virtual void UnlockAll() = 0;

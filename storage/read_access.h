@@ -9,17 +9,17 @@
 namespace qxdbsqlengine {
 
 // The read side of a container's lock for one operation, and, where pages or column values are read, the
-// mutex that serialises that. Each is waited for at most 5000 milliseconds, so that a viewer survives a row
-// that takes long; false when the time was over.
+// mutex that serialises that. Each is waited for at most `limitMs` milliseconds, so that a viewer survives a
+// row that takes long; false when the time was over.
 class ReadAccess {
   public:
-    static constexpr long LimitMs = 5000;
+    static constexpr long DefaultLimitMs = 5000;
 
-    explicit ReadAccess(qxutils::RecursiveReadWriteLock& rowsLock) : rows(rowsLock, true, LimitMs) {}
-    ReadAccess(qxutils::RecursiveReadWriteLock& rowsLock, std::recursive_timed_mutex& mapLock)
-        : rows(rowsLock, true, LimitMs), pages(mapLock, std::defer_lock), needsPages(true) {
+    ReadAccess(qxutils::RecursiveReadWriteLock& rowsLock, long limitMs) : rows(rowsLock, true, limitMs) {}
+    ReadAccess(qxutils::RecursiveReadWriteLock& rowsLock, std::recursive_timed_mutex& mapLock, long limitMs)
+        : rows(rowsLock, true, limitMs), pages(mapLock, std::defer_lock), needsPages(true) {
         if (rows.IsLocked() && !pages.try_lock())
-            pages.try_lock_for(std::chrono::milliseconds(LimitMs));
+            static_cast<void>(pages.try_lock_for(std::chrono::milliseconds(limitMs)));
     }
     ReadAccess(const ReadAccess&) = delete;
     ReadAccess& operator=(const ReadAccess&) = delete;
