@@ -14,7 +14,8 @@ bool IsBlank(char byte) {
 
 }  // namespace
 
-DelimitedReader::DelimitedReader(ByteSource& byteSource) : source(byteSource) {
+DelimitedReader::DelimitedReader(ByteSource& byteSource, std::size_t newBlockSize)
+    : source(byteSource), blockSize(newBlockSize) {
     SetFormat(',', true);
 }
 
@@ -50,7 +51,7 @@ std::size_t DelimitedReader::Refill(std::size_t count) {
     if (sourceEnded)
         return end - next;
     if (!block)
-        block.reset(new char[kBlock]);
+        block.reset(new char[blockSize]);
     const std::size_t rest = end - next;
     if (rest != 0)
         std::memmove(block.get(), block.get() + next, rest);
@@ -58,8 +59,8 @@ std::size_t DelimitedReader::Refill(std::size_t count) {
     next = 0;
     end = rest;
     while (end < count && !sourceEnded) {
-        const std::size_t got = source.Read(block.get() + end, kBlock - end);
-        sourceEnded = got < kBlock - end;
+        const std::size_t got = source.Read(block.get() + end, blockSize - end);
+        sourceEnded = got < blockSize - end;
         end += got;
     }
     return end;

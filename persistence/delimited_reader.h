@@ -31,7 +31,10 @@ class ByteSource {
 // An empty line is a record without fields. A byte order mark of UTF-8 at the very beginning is skipped.
 class DelimitedReader {
   public:
-    explicit DelimitedReader(ByteSource& byteSource);
+    static constexpr std::size_t kBlock = 1024 * 1024;
+
+    // `block`: bytes asked of the source at once, at least 4.
+    explicit DelimitedReader(ByteSource& byteSource, std::size_t block = kBlock);
 
     // Starts again at the source's present position, which is taken as the beginning of a file.
     void Start();
@@ -54,8 +57,6 @@ class DelimitedReader {
     void Release();
 
   private:
-    static constexpr std::size_t kBlock = 1024 * 1024;
-
     // At least `count` bytes from `next` on, fewer only at the end of the input. Returns how many there are.
     std::size_t Available(std::size_t count) { return end - next >= count ? end - next : Refill(count); }
     std::size_t Refill(std::size_t count);
@@ -67,6 +68,7 @@ class DelimitedReader {
     void ReadQuoted(std::string& field, char quote);
 
     ByteSource& source;
+    const std::size_t blockSize;
     std::unique_ptr<char[]> block;
     std::size_t next = 0;  // first byte of the block that is not worked off
     std::size_t end = 0;

@@ -28,9 +28,10 @@ class PieceSource : public ByteSource {
     std::size_t position = 0;
 };
 
-Records ReadAll(const std::string& text, char separator = ',', bool quotes = true) {
+Records ReadAll(const std::string& text, char separator = ',', bool quotes = true,
+                std::size_t block = DelimitedReader::kBlock) {
     PieceSource source(text);
-    DelimitedReader reader(source);
+    DelimitedReader reader(source, block);
     reader.SetFormat(separator, quotes);
     reader.Start();
     Records records;
