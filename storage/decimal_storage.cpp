@@ -50,7 +50,7 @@ int CompareSameScale(const Record& a, const Record& b) {
     if (a.digits.size() != b.digits.size())
         c = a.digits.size() < b.digits.size() ? -1 : 1;
     else
-        c = std::memcmp(a.digits.data(), b.digits.data(), a.digits.size());
+        c = a.digits.compare(b.digits);  // as unsigned bytes
     c = c < 0 ? -1 : c > 0 ? 1 : 0;
     return a.negative ? -c : c;
 }

@@ -9,6 +9,8 @@
 namespace qxdbsqlengine {
 namespace {
 
+using namespace std::string_literals;
+
 class Punctuation : public std::numpunct<char> {
   public:
     Punctuation(char pointChar, char separator, std::string groups)
@@ -69,8 +71,8 @@ TEST(CellFormatTest, GroupsAreThoseOfTheStream) {
                                      "\2\3\1",
                                      "\10",
                                      "\1\0",
-                                     std::string("\3\0\2", 3),
-                                     std::string("\0", 1),
+                                     "\3\0\2"s,
+                                     "\0"s,
                                      std::string(1, CHAR_MAX),
                                      std::string("\2") + static_cast<char>(CHAR_MAX),
                                      std::string("\3\xFF")};

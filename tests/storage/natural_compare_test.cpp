@@ -12,6 +12,8 @@
 namespace qxdbsqlengine {
 namespace {
 
+using namespace std::string_literals;
+
 int Sign(int c) {
     return c < 0 ? -1 : c > 0 ? 1 : 0;
 }
@@ -144,7 +146,7 @@ TEST(NaturalCompareTest, AllPairsOfShortTextsFollowTheSteps) {
     for (int option : {0, 1}) {
         const Steps steps(option);
         for (const auto& [alphabet, longest] : std::vector<std::pair<std::string, std::size_t>>{
-                 {std::string("019aAbB\x80\0", 9), 3}, {"01", 6}, {"017x", 4}}) {
+                 {"019aAbB\x80\0"s, 3}, {"01", 6}, {"017x", 4}}) {
             const std::vector<std::string> texts = AllTexts(alphabet, longest);
             for (const std::string& a : texts) {
                 for (const std::string& b : texts)
@@ -160,7 +162,7 @@ TEST(NaturalCompareTest, ColumnsCompareWhereTheBytesLie) {
     OpenAlloc alloc(0, 2, true);
     StringStorage column(alloc);
     std::mt19937 random(21);
-    const std::string alphabet("0012789aAbBzZ \x80\xE9", 16);
+    const std::string alphabet = "0012789aAbBzZ \x80\xE9"s;
     std::vector<std::string> texts;
     for (int i = 0; i < 20000; ++i) {
         std::string text;

@@ -14,6 +14,8 @@
 namespace qxdbsqlengine {
 namespace {
 
+using namespace std::string_literals;
+
 std::string FloatByStream(float value, int digits) {
     std::ostringstream stream;
     stream.imbue(std::locale::classic());
@@ -220,7 +222,7 @@ TEST(NumberTextTest, OutOfRangeIsTheNearestLimit) {
 }
 
 TEST(NumberTextTest, RandomTextsAreParsedAsTheStreamDoes) {
-    const std::string alphabet("0123456789..eE+- \tabxXfn,'_\0\x80", 31);
+    const std::string alphabet = "0123456789..eE+- \tabxXfn,'_\0\x80"s;
     std::mt19937 random(5);
     for (int i = 0; i < 40000; ++i) {
         std::string text;

@@ -18,6 +18,8 @@
 namespace qxdbsqlengine {
 namespace {
 
+using namespace std::string_literals;
+
 int Sign(int c) {
     return c < 0 ? -1 : c > 0 ? 1 : 0;
 }
@@ -151,7 +153,7 @@ class TextOrder {
 };
 
 std::vector<std::string> RandomTexts(int count, unsigned seed) {
-    const std::string alphabet("000112789aaAbBzZ_ \0\x01\x02\x7F\x80\x81\x82\xFF", 26);
+    const std::string alphabet = "000112789aaAbBzZ_ \0\x01\x02\x7F\x80\x81\x82\xFF"s;
     std::mt19937 random(seed);
     std::vector<std::string> texts = {"",    "0",   "00",   "000", "7",  "07", "007",
                                       "101", "110", "1000", "1a",  "1A", "1B"};
@@ -378,7 +380,7 @@ TEST(SortKeyOrderTest, BinariesAndPreviews) {
         previews.InsertLobData(bytes, qxdb::DynBuffer());
         ++rows;
     };
-    const std::string alphabet("\0\x01\x02\x7F\x80\xFF", 6);
+    const std::string alphabet = "\0\x01\x02\x7F\x80\xFF"s;
     while (rows < 200) {
         std::string bytes;
         for (std::size_t length = random() % 6; length > 0; --length)

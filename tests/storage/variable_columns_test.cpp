@@ -15,6 +15,8 @@
 namespace qxdbsqlengine {
 namespace {
 
+using namespace std::string_literals;
+
 // Texts of many lengths, some longer than a chunk, few longer than a page.
 std::vector<std::string> Texts(int count, unsigned seed) {
     std::mt19937 random(seed);
@@ -278,8 +280,7 @@ TEST(BinaryStorageTest, ReadsHexadecimalText) {
         ++row;
     }
     // Written and read back.
-    for (const std::string& bytes :
-         {std::string("\xFF\0", 2), std::string("\0\0\x01", 3), std::string("\x80", 1)}) {
+    for (const std::string& bytes : {"\xFF\0"s, "\0\0\x01"s, "\x80"s}) {
         column.InsertBinary(BufferOf(bytes));
         column.InsertString(column.AsString(row));
         EXPECT_EQ(column.AsString(row), column.AsString(row + 1));
@@ -297,7 +298,7 @@ TEST(BinaryStorageTest, ShorterIsLessThenUnsignedBytes) {
                                                 "\x7F",
                                                 "\x80",
                                                 "\xFF",
-                                                std::string("\0\0", 2),
+                                                "\0\0"s,
                                                 "ab",
                                                 "ac",
                                                 "\xFF\x01",
@@ -408,8 +409,8 @@ TEST(DecimalStorageTest, LayoutIsSignScaleAndMagnitude) {
     // The first page of the file belongs to the bytes, which were the first to fill their chunks.
     const std::string page = alloc.FileBytes();
     const std::size_t at = 16384u * 5 - 65536;
-    EXPECT_EQ(std::string("\x01\x03\x01\x12\x34\0", 6), page.substr(at, 6));
-    EXPECT_EQ(std::string("\0\0\0\x01\0\0\0\0\0\0\0\0\0", 13), page.substr(at + 6, 13));
+    EXPECT_EQ("\x01\x03\x01\x12\x34\0"s, page.substr(at, 6));
+    EXPECT_EQ("\0\0\0\x01\0\0\0\0\0\0\0\0\0"s, page.substr(at + 6, 13));
     EXPECT_EQ("18446744073709551616", column.AsDecimal(row + 1).AsString(false, -1));
 }
 
