@@ -325,9 +325,13 @@ void SQLRequest::CopyData(DataStorage& source, DataStorage& target, int sourceSe
             case DataTypeDecimal:
                 target.InsertDecimal(targetSet, targetColumn, row.GetDecimal(column));
                 break;
-            case DataTypeBinary:
-                target.InsertBinary(targetSet, targetColumn, row.GetBinary(column));
+            case DataTypeBinary: {
+                // Append-only columns give their bytes out as hexadecimal text alone.
+                qxdb::DynBuffer bytes;
+                qxdb::BufferBase::ParseHex(row.AsPlainString(column), bytes);
+                target.InsertBinary(targetSet, targetColumn, bytes);
                 break;
+            }
             case DataTypeTimestamp:
                 target.InsertTimestamp(targetSet, targetColumn, row.GetTimestamp(column));
                 break;
