@@ -85,11 +85,13 @@ class DecimalReader {
 };
 
 // A number; also the base of the other kinds, since whole numbers can be read from all of them that hold one.
-// Every read looks at the value's storage class: the usual one costs one comparison.
+// A value is looked up once for each row, by whichever read comes first; it is read by its storage class, of
+// which the usual one costs one comparison. SQLite allows the reads of a looked-up value on the thread of the
+// connection only, which is where fields are used.
 class ResultField : public qxdb::Field {
   public:
-    ResultField(std::shared_ptr<Run> source, int position, Column::BindType bindType)
-        : run(std::move(source)), statement(run->Raw()), column(position), type(bindType) {}
+    ResultField(std::shared_ptr<Run> source, int ordinal, Column::BindType bindType)
+        : run(std::move(source)), column(ordinal), type(bindType) {}
 
     std::string GetName() override { return Description().record->name; }
     Column::BindType GetType() override { return type; }
@@ -98,17 +100,17 @@ class ResultField : public qxdb::Field {
 
     std::string AsString() override {
         std::string text;
-        AppendValue(statement, column, text);
+        AppendValue(Value(), text);
         return text;
     }
 
     __int64 AsBigInt() override {
-        const int storage = Storage();
-        if (storage == SQLITE_INTEGER) {
-            return sqlite3_column_int64(statement, column);
+        const int kind = Storage();
+        if (kind == SQLITE_INTEGER) {
+            return sqlite3_value_int64(current);
         }
         __int64 whole = 0;
-        if (storage != SQLITE_FLOAT || !ToInt64(sqlite3_column_double(statement, column), whole)) {
+        if (kind != SQLITE_FLOAT || !ToInt64(sqlite3_value_double(current), whole)) {
             Misfit();
         }
         return whole;
@@ -118,12 +120,12 @@ class ResultField : public qxdb::Field {
     long AsLong() override { return Narrow<long>(); }
 
     double AsDouble() override {
-        const int storage = Storage();
-        if (storage == SQLITE_FLOAT) {
-            return sqlite3_column_double(statement, column);
+        const int kind = Storage();
+        if (kind == SQLITE_FLOAT) {
+            return sqlite3_value_double(current);
         }
         double number = 0;
-        if (storage != SQLITE_INTEGER || !ToDouble(sqlite3_column_int64(statement, column), number)) {
+        if (kind != SQLITE_INTEGER || !ToDouble(sqlite3_value_int64(current), number)) {
             Misfit();
         }
         return number;
@@ -136,52 +138,70 @@ class ResultField : public qxdb::Field {
     float AsFloat() override { return static_cast<float>(AsDouble()); }
 
   protected:
-    int Storage() const { return sqlite3_column_type(statement, column); }
+    // SQLITE_INTEGER and so on.
+    int Storage() {
+        LookUp();
+        return currentStorage;
+    }
+    sqlite3_value* Value() {
+        LookUp();
+        return current;
+    }
     const ResultColumn& Description() const { return run->Columns()[static_cast<std::size_t>(column)]; }
 
-    qxdb::Decimal ReadDecimal(const DecimalReader& reader) const {
-        const int storage = Storage();
-        if (storage == SQLITE_INTEGER) {
-            return reader.FromInteger(sqlite3_column_int64(statement, column));
+    qxdb::Decimal ReadDecimal(const DecimalReader& reader) {
+        const int kind = Storage();
+        if (kind == SQLITE_INTEGER) {
+            return reader.FromInteger(sqlite3_value_int64(current));
         }
-        if (storage == SQLITE_FLOAT) {
-            const double value = sqlite3_column_double(statement, column);
-            if (!std::isfinite(value)) {
+        if (kind == SQLITE_FLOAT) {
+            const double number = sqlite3_value_double(current);
+            if (!std::isfinite(number)) {
                 Misfit();
             }
-            return reader.FromReal(value);
+            return reader.FromReal(number);
         }
-        qxdb::Decimal value;
-        if (storage != SQLITE_TEXT || !qxdb::Decimal::TryParse(TextOf(statement, column), value)) {
+        qxdb::Decimal decimal;
+        if (kind != SQLITE_TEXT || !qxdb::Decimal::TryParse(TextOf(current), decimal)) {
             Misfit();
         }
-        return reader.Padded(value);
+        return reader.Padded(decimal);
     }
 
     [[noreturn]] void Misfit() const { run->ThrowMisfit(column, Description().type.name); }
 
     const std::shared_ptr<Run> run;
-    sqlite3_stmt* const statement;
-    const int column;
 
   private:
-    template <class T>
-    T Narrow() {
-        const __int64 value = AsBigInt();
-        if (value < std::numeric_limits<T>::min() || value > std::numeric_limits<T>::max()) {
-            Misfit();
+    void LookUp() {
+        if (position != run->Position()) {
+            position = run->Position();
+            current = sqlite3_column_value(run->Raw(), column);
+            currentStorage = sqlite3_value_type(current);
         }
-        return static_cast<T>(value);
     }
 
+    template <class T>
+    T Narrow() {
+        const __int64 whole = AsBigInt();
+        if (whole < std::numeric_limits<T>::min() || whole > std::numeric_limits<T>::max()) {
+            Misfit();
+        }
+        return static_cast<T>(whole);
+    }
+
+    const int column;
     const Column::BindType type;
+    unsigned long position = std::numeric_limits<unsigned long>::max();  // of the run, at the last look-up
+    sqlite3_value* current = nullptr;
+    int currentStorage = SQLITE_NULL;
 };
 
 // Characters: TEXT as it is, numbers as text.
 class TextField : public ResultField {
   public:
-    TextField(std::shared_ptr<Run> source, int position)
-        : ResultField(std::move(source), position, Column::BindString) {}
+    TextField(std::shared_ptr<Run> source, int ordinal)
+        : ResultField(std::move(source), ordinal, Column::BindString) {}
 
     void GetStringInto(qxdb::StringInsert* sink) override {
         Read(scratch);
@@ -197,13 +217,13 @@ class TextField : public ResultField {
     virtual void Read(std::string& text) {
         const int storage = Storage();
         if (storage == SQLITE_TEXT) {
-            const std::string_view value = TextOf(statement, column);
+            const std::string_view value = TextOf(Value());
             text.assign(value.data(), value.size());
         } else if (storage == SQLITE_BLOB) {
             Misfit();
         } else {
             text.clear();
-            AppendValue(statement, column, text);
+            AppendValue(Value(), text);
         }
     }
 
@@ -219,14 +239,14 @@ class AnyTextField : public TextField {
   protected:
     void Read(std::string& text) override {
         text.clear();
-        AppendValue(statement, column, text);
+        AppendValue(Value(), text);
     }
 };
 
 class DecimalField : public ResultField {
   public:
-    DecimalField(std::shared_ptr<Run> source, int position)
-        : ResultField(std::move(source), position, Column::BindDecimal),
+    DecimalField(std::shared_ptr<Run> source, int ordinal)
+        : ResultField(std::move(source), ordinal, Column::BindDecimal),
           reader(static_cast<unsigned int>(Description().type.scale)) {}
 
     qxdb::Decimal AsDecimal() override { return ReadDecimal(reader); }
@@ -238,8 +258,8 @@ class DecimalField : public ResultField {
 
 class TimestampField : public ResultField {
   public:
-    TimestampField(std::shared_ptr<Run> source, int position)
-        : ResultField(std::move(source), position, Column::BindTimestamp),
+    TimestampField(std::shared_ptr<Run> source, int ordinal)
+        : ResultField(std::move(source), ordinal, Column::BindTimestamp),
           part(Description().type.part),
           ownFormat(Description().ownFormat) {
         empty.SetFormat(Description().record->dateTimeFormat);
@@ -250,7 +270,7 @@ class TimestampField : public ResultField {
 
     qxdb::Timestamp AsTimestamp() override {
         qxdb::Timestamp value = empty;
-        if (Storage() != SQLITE_TEXT || !Read(TextOf(statement, column), value)) {
+        if (Storage() != SQLITE_TEXT || !Read(TextOf(Value()), value)) {
             Misfit();
         }
         return value;
@@ -283,15 +303,15 @@ class TimestampField : public ResultField {
 
 class BinaryField : public ResultField {
   public:
-    BinaryField(std::shared_ptr<Run> source, int position)
-        : ResultField(std::move(source), position, Column::BindBinary) {}
+    BinaryField(std::shared_ptr<Run> source, int ordinal)
+        : ResultField(std::move(source), ordinal, Column::BindBinary) {}
 
     qxdb::DynBuffer& GetBuffer() override {
         const int storage = Storage();
         if (storage == SQLITE_INTEGER || storage == SQLITE_FLOAT) {
             Misfit();
         }
-        const std::string_view bytes = BytesOf(statement, column);
+        const std::string_view bytes = BytesOf(Value());
         buffer.Assign(reinterpret_cast<const unsigned char*>(bytes.data()),
                       static_cast<unsigned int>(bytes.size()));
         return buffer;
@@ -330,31 +350,31 @@ class ValueStream : public qxdb::RawStream {
 
 class LobField : public ResultField {
   public:
-    LobField(std::shared_ptr<Run> source, int position)
-        : ResultField(std::move(source), position, Column::BindLob), binary(Description().type.binary) {}
+    LobField(std::shared_ptr<Run> source, int ordinal)
+        : ResultField(std::move(source), ordinal, Column::BindLob), binary(Description().type.binary) {}
 
     qxdb::RawStream* GetStream() override {
-        stream.Open(*run, Value());
+        stream.Open(*run, Characters());
         return &stream;
     }
 
     std::string AsString() override {
-        Value();
+        Characters();  // refuses what does not fit
         return ResultField::AsString();
     }
 
   private:
-    std::string_view Value() {
+    std::string_view Characters() {
         const int storage = Storage();
         const bool number = storage == SQLITE_INTEGER || storage == SQLITE_FLOAT;
         if (binary ? number : storage == SQLITE_BLOB) {
             Misfit();
         }
         if (!number) {
-            return BytesOf(statement, column);
+            return BytesOf(Value());
         }
         digits.clear();
-        AppendValue(statement, column, digits);
+        AppendValue(Value(), digits);
         return digits;
     }
 

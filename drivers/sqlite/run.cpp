@@ -25,8 +25,8 @@ bool ChangesRows(const SourceText& source) {
 // Digits of a second that the value in the first row needs: 0, 3, 6 or 9.
 int DigitsNeeded(sqlite3_stmt* statement, int column, TimePart part) {
     qxdb::Timestamp value;
-    if (sqlite3_column_type(statement, column) != SQLITE_TEXT ||
-        !ParseTime(TextOf(statement, column), part, value)) {
+    sqlite3_value* stored = sqlite3_column_value(statement, column);
+    if (sqlite3_value_type(stored) != SQLITE_TEXT || !ParseTime(TextOf(stored), part, value)) {
         return 0;
     }
     int digits = 9;
@@ -101,6 +101,7 @@ bool Run::Fetch() {
         return false;
     }
     ++row;
+    ++position;
     return true;
 }
 
@@ -108,6 +109,7 @@ void Run::Close() {
     rowWaiting = false;
     if (open) {
         open = false;
+        ++position;
         sqlite3_reset(statement);
         database.ResultClosed();
     }
@@ -161,10 +163,10 @@ ResultColumn Run::DescribeColumn(int column) const {
 }
 
 void Run::ThrowMisfit(int column, const std::string& wanted) const {
-    const std::string message = "Result set " + std::to_string(resultSetNumber) + ", row " +
-                                std::to_string(row) + ", column \"" +
-                                columns[static_cast<std::size_t>(column)].record->name + "\": the value " +
-                                QuotedValue(statement, column) + " does not fit the type " + wanted;
+    const std::string message =
+        "Result set " + std::to_string(resultSetNumber) + ", row " + std::to_string(row) + ", column \"" +
+        columns[static_cast<std::size_t>(column)].record->name + "\": the value " +
+        QuotedValue(sqlite3_column_value(statement, column)) + " does not fit the type " + wanted;
     ThrowFailure(SQLITE_MISMATCH, message, "22018", compiledStatement->Source().Begin());
 }
 

@@ -65,6 +65,8 @@ class Run {
     __int64 GetRowCount() const;
     // Of the current row, from 1; 0 before the first.
     __int64 Row() const { return row; }
+    // Changes whenever values that were read are no longer the current ones.
+    unsigned long Position() const { return position; }
     // Values can be read: a row was fetched and the run is not over.
     bool HasRow() const { return open && !rowWaiting && row > 0; }
 
@@ -83,6 +85,7 @@ class Run {
     std::vector<ResultColumn> columns;
     __int64 rowCount = 0;
     __int64 row = 0;
+    unsigned long position = 0;
     int resultSetNumber = 0;
     bool open = false;        // stepped and not yet at the end
     bool rowWaiting = false;  // the first row was stepped to, and not yet fetched

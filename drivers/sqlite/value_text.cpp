@@ -83,34 +83,34 @@ bool ParseTimeOfDay(std::string_view text, qxdb::Timestamp& value) {
 
 }  // namespace
 
-std::string_view TextOf(sqlite3_stmt* statement, int column) {
-    const void* text = sqlite3_column_text(statement, column);
-    const int length = sqlite3_column_bytes(statement, column);
+std::string_view TextOf(sqlite3_value* value) {
+    const void* text = sqlite3_value_text(value);
+    const int length = sqlite3_value_bytes(value);
     return std::string_view(static_cast<const char*>(text), text ? static_cast<std::size_t>(length) : 0);
 }
 
-std::string_view BytesOf(sqlite3_stmt* statement, int column) {
-    if (sqlite3_column_type(statement, column) == SQLITE_TEXT) {
-        return TextOf(statement, column);  // in UTF-8, whatever the encoding of the database
+std::string_view BytesOf(sqlite3_value* value) {
+    if (sqlite3_value_type(value) == SQLITE_TEXT) {
+        return TextOf(value);  // in UTF-8, whatever the encoding of the database
     }
-    const void* bytes = sqlite3_column_blob(statement, column);
-    const int length = sqlite3_column_bytes(statement, column);
+    const void* bytes = sqlite3_value_blob(value);
+    const int length = sqlite3_value_bytes(value);
     return std::string_view(static_cast<const char*>(bytes), bytes ? static_cast<std::size_t>(length) : 0);
 }
 
-void AppendValue(sqlite3_stmt* statement, int column, std::string& out) {
-    switch (sqlite3_column_type(statement, column)) {
+void AppendValue(sqlite3_value* value, std::string& out) {
+    switch (sqlite3_value_type(value)) {
         case SQLITE_INTEGER:
-            AppendInteger(sqlite3_column_int64(statement, column), out);
+            AppendInteger(sqlite3_value_int64(value), out);
             break;
         case SQLITE_FLOAT:
-            AppendReal(sqlite3_column_double(statement, column), out);
+            AppendReal(sqlite3_value_double(value), out);
             break;
         case SQLITE_TEXT:
-            out += TextOf(statement, column);
+            out += TextOf(value);
             break;
         case SQLITE_BLOB: {
-            const std::string_view bytes = BytesOf(statement, column);
+            const std::string_view bytes = BytesOf(value);
             qxdb::BufferBase::AppendHex(out, reinterpret_cast<const unsigned char*>(bytes.data()),
                                         bytes.size());
             break;
@@ -120,11 +120,11 @@ void AppendValue(sqlite3_stmt* statement, int column, std::string& out) {
     }
 }
 
-std::string QuotedValue(sqlite3_stmt* statement, int column) {
-    const int storageClass = sqlite3_column_type(statement, column);
+std::string QuotedValue(sqlite3_value* value) {
+    const int storageClass = sqlite3_value_type(value);
     std::string text;
     if (storageClass == SQLITE_BLOB || storageClass == SQLITE_TEXT) {
-        const std::string_view bytes = BytesOf(statement, column);
+        const std::string_view bytes = BytesOf(value);
         const std::size_t shown = storageClass == SQLITE_BLOB ? maxQuoted / 2 : maxQuoted;
         const bool cut = bytes.size() > shown;
         const std::string_view kept = cut ? bytes.substr(0, CutAt(bytes, shown)) : bytes;
@@ -136,7 +136,7 @@ std::string QuotedValue(sqlite3_stmt* statement, int column) {
         }
         text += cut ? "..." : "";
     } else {
-        AppendValue(statement, column, text);
+        AppendValue(value, text);
     }
     return "'" + text + "' (" + StorageName(storageClass) + ")";
 }
