@@ -9,10 +9,10 @@
 //
 // Invariants:
 //   1. A writer inside means no reader inside.
-//   2. Readers wait only while a writer is inside or waits: whoever ends that state lets them in, all at
-//   once,
-//      by turning "waiting" into "inside" and flipping the phase. A waiting reader just watches the phase.
-//      One bit is enough, since the phase cannot flip again before that reader has left.
+//   2. Readers wait only while a writer is inside or waits. A writer that leaves lets all of them in at once,
+//      by turning "waiting" into "inside" and flipping the phase; a waiting reader just watches the phase.
+//      One bit is enough: the phase flips again only after another writer was inside, hence after that reader
+//      has left. Where no writer is left because the last one gave up waiting, each reader lets itself in.
 //   3. A writer takes the word itself, when nobody is inside. Newcomers of both kinds queue behind a waiting
 //      writer.
 //
@@ -261,22 +261,33 @@ bool RecursiveReadWriteLock::ReadLockSlow(long timeoutMs) {
     }
 
     const std::uint64_t phase = word & phaseBit;
-    const auto letIn = [this, phase] { return (state.load() & phaseBit) != phase; };
+    const auto letIn = [this, phase] {
+        std::uint64_t now = state.load();
+        while ((now & phaseBit) == phase) {
+            if (!ReaderMayEnter(now)) {
+                return false;
+            }
+            if (state.compare_exchange_weak(now, now - oneReaderWaiting + oneInside)) {
+                return true;
+            }
+        }
+        return true;
+    };
     const Patience patience(timeoutMs);
     if (patience.Spin(letIn)) {
         return true;
     }
+    std::unique_lock<std::mutex> guard(sleepMutex);
+    ++sleepers;
+    bool inside = false;
     bool over = false;
-    {
-        std::unique_lock<std::mutex> guard(sleepMutex);
-        ++sleepers;
-        while (!letIn() && !over) {
-            patience.Sleep(sleepCondition, guard);
-            over = patience.IsOver();
-        }
-        --sleepers;
+    while (!(inside = letIn()) && !over) {
+        patience.Sleep(sleepCondition, guard);
+        over = patience.IsOver();
     }
-    return !over || !LeaveReadQueue(phase);
+    --sleepers;
+    guard.unlock();
+    return inside || !LeaveReadQueue(phase);
 }
 
 bool RecursiveReadWriteLock::WriteLockSlow(long timeoutMs) {
@@ -363,14 +374,8 @@ bool RecursiveReadWriteLock::LeaveReadQueue(std::uint64_t phase) {
 
 void RecursiveReadWriteLock::LeaveWriteQueue(bool handoff) {
     std::uint64_t word = state.load();
-    std::uint64_t next;
-    do {
-        next = (word - oneWriterWaiting) & ~(handoff ? handoffBit : 0);
-        if ((next & (writersWaitingMask | writerBit)) == 0) {
-            // The readers waited for this writer alone.
-            next = LetReadersIn(next);
-        }
-    } while (!state.compare_exchange_weak(word, next));
+    while (!state.compare_exchange_weak(word, (word - oneWriterWaiting) & ~(handoff ? handoffBit : 0))) {
+    }
     WakeSleepers();
 }
 

@@ -1,0 +1,14 @@
+# Locks, threads, texts, error records and the services of the operating system.
+qx_add_test(platform_services_test
+  SOURCES
+    critical_section_test.cpp
+    errors_test.cpp
+    event_test.cpp
+    exception_test.cpp
+    file_mapping_test.cpp
+    os_test.cpp
+    read_write_lock_test.cpp
+    string_utils_test.cpp
+    thread_test.cpp
+    variant_test.cpp
+  LIBS qx_platform)
