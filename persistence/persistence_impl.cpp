@@ -10,6 +10,7 @@
 #include "storage/cell_format.h"
 #include "storage/cell_sink.h"
 #include "storage/data_storage.h"
+#include "storage/row_reader.h"
 
 namespace qxdbsqlengine {
 namespace {
@@ -61,6 +62,7 @@ void PersistenceImpl::SetProgressCallback(IQXPersistenceProgressCallback* newCal
 }
 
 void PersistenceImpl::SetDataStorage(const SmartPtr<DataStorage>& newStorage) {
+    rowReader.reset();
     storage = newStorage;
 }
 
@@ -195,6 +197,7 @@ bool PersistenceImpl::WriteResultSetBody(int resultSet, bool wholeFile) {
         return false;
     OnException guard([this] { AbandonOutput(); });
     currentResultSet = resultSet;
+    rowReader.reset();
     if (wholeFile)
         WriteFileHeader();
     WriteResultSetHeader(includeHeaders);
@@ -202,6 +205,7 @@ bool PersistenceImpl::WriteResultSetBody(int resultSet, bool wholeFile) {
         WriteRows(resultSet);
     else
         WriteListedRows(resultSet);
+    rowReader.reset();
     if (!failed) {
         WriteResultSetFooter();
         if (wholeFile)
@@ -275,9 +279,10 @@ const std::vector<int>& PersistenceImpl::SelectColumns() {
 }
 
 void PersistenceImpl::VisitSelectedColumns(int row, CellSink& sink) {
+    if (!rowReader)
+        rowReader = std::make_unique<RowReader>(*storage, currentResultSet, selectedColumns, CellFormat::Classic());
     for (int attempt = 0; attempt < kLockAttempts && !(attempt > 0 && IsCancelled()); ++attempt)
-        if (storage->VisitRow(currentResultSet, row, selectedColumns.data(),
-                              static_cast<int>(selectedColumns.size()), CellFormat::Classic(), sink))
+        if (rowReader->Visit(row, sink))
             return;
     ReportFailure(ETIMEDOUT, "Row " + std::to_string(row + 1) + " could not be read: the store is in use");
 }
@@ -457,6 +462,7 @@ bool PersistenceImpl::CloseOutput() {
 void PersistenceImpl::AbandonOutput() {
     if (!failed && buffer.Size() != 0)
         Output().write(buffer.Data(), static_cast<std::streamsize>(buffer.Size()));
+    rowReader.reset();
     buffer.Release();
     if (outputStream == nullptr)
         output.close();

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <deque>
 #include <fstream>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -17,6 +18,7 @@ class Errors;
 
 namespace qxdbsqlengine {
 
+class RowReader;
 struct CellSink;
 
 // Base of the format classes. One thread at a time, except the cancel flag.
@@ -154,6 +156,7 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     std::ostream* outputStream = nullptr;  // a caller's stream instead of `output`
     OutputBuffer buffer;                   // formatted, not yet in the file
     std::vector<int> selectedColumns;      // of the current result set
+    std::unique_ptr<RowReader> rowReader;  // of the current result set, once a row was asked for
     bool failed = false;                   // a failure of the running operation was reported
 };
 

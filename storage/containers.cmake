@@ -10,5 +10,6 @@ list(APPEND STORAGE_SOURCES
   null_indicator.cpp
   row_iterator.cpp
   row_lock.cpp
+  row_reader.cpp
   row_sorter.cpp
   sort_key.cpp)

@@ -47,6 +47,10 @@ DataStorage DataStorage::CreateResultsStorage(bool editable) {
     return DataStorage(created.release());
 }
 
+DataStorage DataStorage::ArrivalOrder() {
+    return DataStorage(container);
+}
+
 void DataStorage::CleanUp() {
     if (container)
         container->CleanUp();

@@ -32,6 +32,10 @@ class QXSENG2_API DataStorage {
 
     // A new empty container in a new handle. Editable results throw QXException in this build.
     static DataStorage CreateResultsStorage(bool editable);
+    // Another handle on the same container, with a new view: all rows in the order in which they arrived, so
+    // that its row numbers are the physical rows. Not for an empty handle.
+    DataStorage ArrivalOrder();
+
     // Drops all result sets; nothing for an empty handle.
     void CleanUp();
 
