@@ -10,15 +10,21 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <numeric>
 #include <string>
+#include <string_view>
 #include <thread>
+#include <vector>
 
 #include "drivers/sqlite/sqlite_driver.h"
 #include "engine/director.h"
 #include "engine/single_connection.h"
 #include "persistence/persistence.h"
 #include "request/sql_request.h"
+#include "storage/cell_format.h"
+#include "storage/cell_sink.h"
 #include "storage/data_storage.h"
+#include "storage/row_reader.h"
 
 using namespace qxdbsqlengine;
 
@@ -75,19 +81,33 @@ void ReadFirstRows(DataStorage& store, const Progress& progress, const Stopwatch
     }
 }
 
-// Cells that differ between two result sets; NULL reads back as an empty text.
+// Keeps the texts of one row; NULL as an empty text, as it is exported.
+struct RowTexts final : CellSink {
+    std::vector<std::string> cells;
+    void OnCell(int position, bool isNull, std::string_view text) override {
+        cells[static_cast<std::size_t>(position)] = isNull ? std::string_view() : text;
+    }
+};
+
+// Cells that differ between two result sets, -1 when they don't have as many rows.
 long CountDifferences(DataStorage& left, DataStorage& right) {
-    if (left.GetNumberOfRows(0) != right.GetNumberOfRows(0))
+    const int rows = left.GetNumberOfRows(0);
+    if (rows != right.GetNumberOfRows(0))
         return -1;
+    std::vector<int> columns(static_cast<std::size_t>(left.GetNumberOfColumns(0)));
+    std::iota(columns.begin(), columns.end(), 0);
+    RowReader leftReader(left, 0, columns, CellFormat::Classic());
+    RowReader rightReader(right, 0, columns, CellFormat::Classic());
+    RowTexts leftRow;
+    RowTexts rightRow;
+    leftRow.cells.resize(columns.size());
+    rightRow.cells.resize(columns.size());
     long differences = 0;
-    for (int row = 0; row < left.GetNumberOfRows(0); ++row) {
-        for (int col = 0; col < left.GetNumberOfColumns(0); ++col) {
-            const std::string text = left.IsNull(0, row, col)
-                                         ? std::string()
-                                         : left.AsString(0, row, col, std::locale::classic());
-            if (text != right.GetString(0, row, col))
-                ++differences;
-        }
+    for (int row = 0; row < rows; ++row) {
+        if (!leftReader.Visit(row, leftRow) || !rightReader.Visit(row, rightRow))
+            return -1;
+        for (std::size_t col = 0; col < columns.size(); ++col)
+            differences += leftRow.cells[col] != rightRow.cells[col] ? 1 : 0;
     }
     return differences;
 }
@@ -95,7 +115,7 @@ long CountDifferences(DataStorage& left, DataStorage& right) {
 bool ExportAndCompare(const SmartPtr<DataStorage>& store, const std::string& fileName) {
     std::atomic<bool> cancel{false};
     Stopwatch exportWatch;
-    Persistence writer(static_cast<ResultFileType>(1), cancel, nullptr, store);
+    Persistence writer(ResultFileComma, cancel, nullptr, store);
     writer.SetFileName(fileName.c_str());
     if (!writer.WriteAllResultSets())
         return false;
@@ -104,7 +124,7 @@ bool ExportAndCompare(const SmartPtr<DataStorage>& store, const std::string& fil
 
     const SmartPtr<DataStorage> copy(new DataStorage(DataStorage::CreateResultsStorage(false)));
     Stopwatch readWatch;
-    Persistence reader(static_cast<ResultFileType>(1), cancel, nullptr, copy);
+    Persistence reader(ResultFileComma, cancel, nullptr, copy);
     reader.SetFileName(fileName.c_str());
     if (!reader.ReadAllResultSets())
         return false;

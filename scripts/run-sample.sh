@@ -10,8 +10,8 @@ trap 'rm -rf "$work"' EXIT
 
 echo "== The sample shop"
 "$bin/qxsql" --create --quiet "sqlite:$work/shop.db" -f "$root/examples/shop.sql"
-join='SELECT p.id AS purchase, c.name AS customer, k.name AS country, i.line, t.name AS product,
-             i.quantity, t.price, i.discount, p.shipped
+join='SELECT p.id AS nr, c.name AS customer, k.name AS country, t.name AS product, i.quantity AS n,
+             t.price, i.discount AS off
       FROM purchase p JOIN customer c ON c.id = p.customer JOIN country k ON k.code = c.country
       JOIN purchase_item i ON i.purchase = p.id JOIN product t ON t.sku = i.sku
       ORDER BY p.id, i.line'
