@@ -8,6 +8,7 @@ qx_add_test(storage_containers_test
     ${CMAKE_CURRENT_SOURCE_DIR}/refused_memory.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/row_iterator_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/row_lock_test.cpp
+    ${CMAKE_CURRENT_SOURCE_DIR}/row_reader_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/row_sorter_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/sort_key_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/store_threads_test.cpp
