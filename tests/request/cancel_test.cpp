@@ -1,3 +1,4 @@
+#include <atomic>
 #include <thread>
 
 #include "request/request_fixture.h"
@@ -170,6 +171,41 @@ TEST_F(CancelTest, OnAnEngineACancelIsAnEndWithoutAnError) {
     canceller.join();
     EXPECT_EQ(calls.Lines(), (Lines{"OnRequestBegin", "OnBatchItemBegin 0 0", "OnExecuteBegin",
                                     "OnBatchItemEnd 0 0", "OnRequestEnd"}));
+}
+
+// Another thread reads the store over a view of its own and asks and sets what it may while rows arrive.
+TEST_F(CancelTest, CallersReadAndSetDuringARun) {
+    std::vector<Row> rows;
+    for (int i = 0; i < 3000; ++i)
+        rows.push_back({i, "name " + std::to_string(i)});
+    server.Expect("x").Returns(Rows({IntColumn("A"), TextColumn("B")}, rows));
+    DataStorage view(*store);
+    request.SetSQL("x", SQLRequest::RequestSQL, false, false);
+    std::atomic<bool> ended{false};
+    std::thread runner([&] {
+        EXPECT_TRUE(request.Execute(Def()));
+        ended = true;
+    });
+    int round = 0;
+    while (!ended) {
+        ++round;
+        request.SetMaxRowCount(0);
+        request.SetRowInterval(100 + round % 10);
+        request.SetDatabase("pubs");
+        EXPECT_EQ(request.GetSQL(), "x");
+        request.GetStatement();
+        request.GetUserNameA();
+        EXPECT_FALSE(request.IsCancelled());
+        if (view.GetNumberOfResultSets() == 0)
+            continue;
+        const int last = view.GetNumberOfRows(0) - 1;
+        if (last < 0)
+            continue;
+        EXPECT_EQ(view.GetInt(0, last, 0), last);
+        EXPECT_EQ(view.GetString(0, last, 1), "name " + std::to_string(last));
+    }
+    runner.join();
+    EXPECT_EQ(view.GetNumberOfRows(0), 3000);
 }
 
 // Statements come and go while another thread cancels: the pointer is never used behind its end.
