@@ -1,6 +1,7 @@
 // What all formats share: the handle, the walk over result sets and rows, progress, cancel.
 #include "persistence/persistence.h"
 
+#include <sstream>
 #include <thread>
 
 #include "persistence/ascii_persistence.h"
@@ -307,6 +308,26 @@ TEST_F(FrameworkTest, WithoutAStore) {
     EXPECT_FALSE(persistence.ReadAllResultSets());
     EXPECT_EQ(callback.records.size(), 4u);
     EXPECT_FALSE(std::filesystem::exists(file));
+}
+
+TEST_F(FrameworkTest, AnOpenStreamInsteadOfAFile) {
+    AddTextResultSet(*store, {"A"}, {{"0"}});
+    std::ostringstream stream;
+    Persistence persistence(ResultFileComma, cancel, &callback, store);
+    persistence.SetFileName(file.c_str());
+    persistence.SetOutputStream(&stream);
+    EXPECT_TRUE(persistence.WriteAllResultSets());
+    EXPECT_EQ(stream.str(), "A\r\n0\r\n");
+    EXPECT_TRUE(persistence.WriteResultSet(0, false));  // goes on behind
+    EXPECT_EQ(stream.str(), "A\r\n0\r\nA\r\n0\r\n");
+    EXPECT_FALSE(std::filesystem::exists(file));
+    stream.setstate(std::ios::badbit);
+    EXPECT_FALSE(persistence.WriteAllResultSets());
+    ASSERT_EQ(callback.records.size(), 1u);
+    EXPECT_EQ(callback.records[0].GetSeverity(), 2);
+    persistence.SetOutputStream(nullptr);
+    EXPECT_TRUE(persistence.WriteAllResultSets());
+    EXPECT_EQ(ReadWholeFile(file), "A\r\n0\r\n");
 }
 
 // A format that only writes, and marks what it is asked for.
