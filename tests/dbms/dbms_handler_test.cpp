@@ -5,6 +5,7 @@
 #include <limits>
 #include <locale>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "engine/cancellation.h"
@@ -49,7 +50,8 @@ TEST_F(DBMSHandlerTest, CreateGivesEveryOtherServerThePlainHandler) {
     for (const int type : {-1, 0, 1, 6, 7, 8, 9, 11, 12, 13, 15, 100, 101, 5000}) {
         const auto created = DBMSHandler::Create(request, static_cast<qxdb::DBTYPE>(type));
         ASSERT_NE(created, nullptr) << type;
-        EXPECT_EQ(typeid(*created), typeid(DBMSHandler)) << type;
+        const DBMSHandler& made = *created;
+        EXPECT_TRUE(typeid(made) == typeid(DBMSHandler)) << type;
     }
 }
 
@@ -228,6 +230,7 @@ TEST_F(QueryTest, IntIsTheLastRowOfTheLastResultSet) {
     server.Expect("select plain")
         .Returns(Rows({IntColumn("A"), IntColumn("B")}, {{1, 10}, {2, 20}}))
         .Returns(RowCount(99))
+        .Returns(Rows({}, {{}, {}}))  // nothing to read in it
         .Returns(Rows({IntColumn("A")}, {{3}, {4}}))
         .Returns(Rows({IntColumn("A")}, {}));
     EXPECT_EQ(handler.GetIntQueryResults(Connection(), "", "", PlainRow), 4);

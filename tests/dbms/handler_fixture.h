@@ -101,7 +101,13 @@ class ProbeRequest : public qxdbsqlengine::SQLRequest {
     struct ErrorTracer : qxdbsqlengine::ErrorCallback {
         explicit ErrorTracer(Trace& target) : trace(target) {}
         virtual ~ErrorTracer() = default;
-        void OnError(const Errors& list) override { trace.push_back("error " + TextOf(list)); }
+        // Reads on from where the list stands: it is handed over at its first record.
+        void OnError(const Errors& list) override {
+            std::string texts;
+            while (list.MoreErrors())
+                texts += (texts.empty() ? "" : " | ") + list.GetNextError().GetErrorDescription();
+            trace.push_back("error " + texts);
+        }
         Trace& trace;
     };
 

@@ -297,6 +297,15 @@ TEST_F(LobInserterTest, CharactersAcrossBlocksStayWhole) {
     }
 }
 
+TEST_F(LobInserterTest, AfterABlockThatIsNoUtf8TheRestIsTakenAsItComes) {
+    // The second block alone could be read as UTF-8, but it goes on with what the first began.
+    std::string expected;
+    for (int i = 0; i < 1024; ++i)
+        expected += "\xE4\xB8\xAD";
+    EXPECT_EQ(Preview({qxdb::DBTYPE_SYBASE, "text", 0, true}, Utf16(std::u16string(1024, u'\u4e2d') + u"ab")),
+              expected + "ab");
+}
+
 TEST_F(LobInserterTest, CharacterCutByTheLimitIsLeftAway) {
     SetLimit(2);  // four bytes
     EXPECT_EQ(Preview({qxdb::DBTYPE_SYBASE, "text", 0, true}, "ab\xE2\x82\xAC"), "ab");

@@ -175,10 +175,12 @@ TEST(DataStorageInserterTest, FailureInATextStoresNothingOfIt) {
     StringDataStorageInserter inserter(&field, &store, 0, 0);
     EXPECT_THROW(inserter.Insert(), Errors);
     EXPECT_EQ(store.GetNumberOfRows(0), 0);
+    static_cast<qxdb::StringInsert&>(inserter).Insert("outside");
     field.failsBehindPieces = false;
     field.pieces = {"whole"};
     inserter.Insert();
-    EXPECT_EQ(store.GetString(0, 0, 0), "whole");
+    EXPECT_EQ(store.GetString(0, 0, 0), "outside");
+    EXPECT_EQ(store.GetString(0, 1, 0), "whole");
 }
 
 TEST(DataStorageInserterTest, HugeTextIsStoredWhole) {
@@ -373,7 +375,15 @@ class HandlerDataStorageInserterTest : public ::testing::Test {
 
 using ValueTypes = ::testing::Types<std::string, short, int, long, __int64, float, double, qxdb::Decimal,
                                     qxdb::DynBuffer, qxdb::Timestamp>;
-TYPED_TEST_SUITE(HandlerDataStorageInserterTest, ValueTypes);
+struct ValueTypeNames {
+    template <class T>
+    static std::string GetName(int) {
+        static const char* const names[] = {"String", "Short",  "Int",     "Long",   "Int64",
+                                            "Float",  "Double", "Decimal", "Binary", "Timestamp"};
+        return names[Sample<T>::type];
+    }
+};
+TYPED_TEST_SUITE(HandlerDataStorageInserterTest, ValueTypes, ValueTypeNames);
 
 TYPED_TEST(HandlerDataStorageInserterTest, WithoutHandlersAValueIsStoredAsByTheBase) {
     EXPECT_EQ(this->Insert(false, false), Sample<TypeParam>::BaseText());
