@@ -8,6 +8,7 @@
 
 #include "platform/qxutils/read_write_lock.h"
 #include "storage/data_container.h"
+#include "storage/map_lock.h"
 #include "storage/null_indicator.h"
 #include "storage/storage_base.h"
 
@@ -150,7 +151,7 @@ class QXSENG2_API AppendOnlyResultsStorage : public DataContainer {
     int resultSetCount;
     StorageAlloc<65536> allocator;
     qxutils::RecursiveReadWriteLock rowsLock;
-    std::recursive_timed_mutex mapLock;
+    MapLock mapLock;
     std::string cellText;  // VisitRow's scratch, guarded by mapLock
 
     std::vector<int> closedViews;  // their entries still stand; guarded by indexLock

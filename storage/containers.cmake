@@ -7,6 +7,7 @@ list(APPEND STORAGE_SOURCES
   data_edit.cpp
   data_storage.cpp
   main_index.cpp
+  map_lock.cpp
   null_indicator.cpp
   row_iterator.cpp
   row_lock.cpp

@@ -1,10 +1,8 @@
 // How a container's reads take its locks.
 #pragma once
 
-#include <chrono>
-#include <mutex>
-
 #include "platform/qxutils/read_write_lock.h"
+#include "storage/map_lock.h"
 
 namespace qxdbsqlengine {
 
@@ -16,20 +14,24 @@ class ReadAccess {
     static constexpr long DefaultLimitMs = 5000;
 
     ReadAccess(qxutils::RecursiveReadWriteLock& rowsLock, long limitMs) : rows(rowsLock, true, limitMs) {}
-    ReadAccess(qxutils::RecursiveReadWriteLock& rowsLock, std::recursive_timed_mutex& mapLock, long limitMs)
-        : rows(rowsLock, true, limitMs), pages(mapLock, std::defer_lock), needsPages(true) {
-        if (rows.IsLocked() && !pages.try_lock())
-            static_cast<void>(pages.try_lock_for(std::chrono::milliseconds(limitMs)));
+    ReadAccess(qxutils::RecursiveReadWriteLock& rowsLock, MapLock& mapLock, long limitMs)
+        : rows(rowsLock, true, limitMs),
+          pages(rows.IsLocked() && mapLock.Lock(limitMs) ? &mapLock : nullptr) {
+        if (!pages)
+            rows.Unlock();
+    }
+    ~ReadAccess() {
+        if (pages)
+            pages->Unlock();
     }
     ReadAccess(const ReadAccess&) = delete;
     ReadAccess& operator=(const ReadAccess&) = delete;
 
-    explicit operator bool() const { return rows.IsLocked() && (!needsPages || pages.owns_lock()); }
+    explicit operator bool() const { return rows.IsLocked(); }
 
   private:
     qxutils::ReadLockGuard rows;
-    std::unique_lock<std::recursive_timed_mutex> pages;
-    bool needsPages = false;
+    MapLock* const pages = nullptr;
 };
 
 }  // namespace qxdbsqlengine
