@@ -129,8 +129,8 @@ int CSingleRequestDirector::GetUseSpecificLobLocatorImpl() {
 }
 
 const RequestStatementProperties& CSingleRequestDirector::GetStatementProperties() {
-    static const RequestStatementProperties none;
-    return *Ask(GetRequest(), &none, [](SQLRequest& r) { return &r.GetStatementProperties(); });
+    return *Ask(GetRequest(), &RequestStatementProperties::Empty(),
+                [](SQLRequest& r) { return &r.GetStatementProperties(); });
 }
 
 void CSingleRequestDirector::SetStatementProperties(const RequestStatementProperties& properties) {
