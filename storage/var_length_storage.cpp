@@ -15,6 +15,10 @@ VarLengthStorage::~VarLengthStorage() = default;
 VarLengthStorage::Place VarLengthStorage::Find(int i) {
     if (i < 0)
         return {0, 0};
+    int count = 0;
+    const int* both = offsets.Span(i, count);
+    if (count > 1)  // nearly always: two neighbours of one page
+        return {both[0], std::max<__int64>(static_cast<__int64>(both[1]) - both[0], 0)};
     const __int64 from = Offset(i);
     const __int64 to = Offset(static_cast<__int64>(i) + 1);
     return {from, std::max<__int64>(to - from, 0)};

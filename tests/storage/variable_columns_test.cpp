@@ -4,9 +4,11 @@
 #include <cstring>
 #include <random>
 
+#include "platform/os/debug_output.h"
 #include "platform/qxutils/qx_exception.h"
 #include "storage/binary_storage.h"
 #include "storage/decimal_storage.h"
+#include "storage/fixed_columns.h"
 #include "storage/lob_storage.h"
 #include "storage/storage_doubles.h"
 #include "storage/string_storage.h"
@@ -439,6 +441,31 @@ TEST(DecimalStorageTest, TextHasThePrecisionAndThePointOfTheLocale) {
     }
 }
 
+std::string debugText;
+
+TEST(DecimalStorageTest, ValueThatCannotBeRenderedSaysSo) {
+    OpenAlloc alloc;
+    DecimalStorage column(alloc, 50);
+    column.InsertDecimal(qxdb::Decimal(-0xABCDEF, 3));
+    const CellFormat& format = CellFormat::Classic();
+    debugText.clear();
+    debugText.reserve(1000);
+    const qxos::DebugOutputHook before =
+        qxos::SetDebugOutputHook([](const char* text) { debugText += text; });
+    std::string text = "kept:";
+    {
+        RefusedMemory refused(0);
+        column.AppendString(0, format, text);
+        EXPECT_TRUE(refused.WasReached());
+    }
+    qxos::SetDebugOutputHook(before);
+    EXPECT_EQ("kept:Error for HEX value: ABCDEF Scale: 3", text);
+    EXPECT_EQ("std::bad_alloc\nError for HEX value: ABCDEF Scale: 3", debugText);
+    text.clear();
+    column.AppendString(0, format, text);
+    EXPECT_EQ("-11259.375" + std::string(47, '0'), text);
+}
+
 TEST(DecimalStorageTest, InsertStringRoundsToThePrecision) {
     OpenAlloc alloc;
     DecimalStorage rounded(alloc, 2);
@@ -464,6 +491,46 @@ TEST(DecimalStorageTest, MeasureRendersTheLeastAndTheGreatest) {
     std::locale locale = std::locale::classic();
     EXPECT_EQ(8, column.GetLargestColumnSize(locale, measure));
     EXPECT_THAT(measure.texts, testing::ElementsAre("-1000.25", "1000.1"));
+}
+
+// Columns of one container, loaded and read row by row, with one file operation refused: for every one that
+// there is. What is not what was stored lies in the page that the refusal took.
+TEST(ColumnFaultTest, AnyOneRefusalLeavesTheOtherPagesAlone) {
+    const int rows = 60000;
+    const int rowsOfAPage = 65536 / static_cast<int>(sizeof(int));
+    bool reached = true;
+    for (int n = 0; reached; ++n) {
+        RefusingFiles files;
+        files.refuseFrom = n;
+        files.refuseUpTo = n + 1;
+        OpenAlloc alloc(0, 6, true);  // one view more than there are arrays
+        IntStorage numbers(alloc);
+        StringStorage texts(alloc);
+        DecimalStorage decimals(alloc, 0);
+        for (int row = 0; row < rows; ++row) {
+            numbers.InsertInt(row + 1);
+            texts.InsertString("row " + std::to_string(row));
+            decimals.InsertDecimal(qxdb::Decimal(row, 1));
+        }
+        int wrongNumbers = 0;
+        int wrongTexts = 0;
+        int wrongDecimals = 0;
+        for (int row = 0; row < rows; ++row) {
+            if (numbers.AsInt(row) != row + 1) {
+                ASSERT_EQ(0, numbers.AsInt(row));
+                ++wrongNumbers;
+            }
+            wrongTexts += texts.EqualsString(row, "row " + std::to_string(row)) ? 0 : 1;
+            wrongDecimals +=
+                decimals.CompareItems(row, row, 0) == 0 && decimals.AsDecimal(row).AsBigInt() == row / 10 ? 0
+                                                                                                          : 1;
+        }
+        reached = n < files.operations;
+        EXPECT_LE(wrongNumbers, rowsOfAPage);
+        EXPECT_LE(wrongTexts, rowsOfAPage + 1);
+        EXPECT_LE(wrongDecimals, rowsOfAPage + 1);
+        EXPECT_LE((wrongNumbers != 0) + (wrongTexts != 0) + (wrongDecimals != 0), 1) << n;
+    }
 }
 
 // A locator with data that can be told apart.
