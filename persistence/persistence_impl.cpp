@@ -201,6 +201,8 @@ bool PersistenceImpl::WriteResultSetBody(int resultSet, bool wholeFile) {
     if (wholeFile)
         WriteFileHeader();
     WriteResultSetHeader(includeHeaders);
+    if (storage->IsSorted(resultSet))
+        rowReader = std::make_unique<RowReader>(*storage, resultSet, selectedColumns, CellFormat::Classic());
     if (rowList.empty())
         WriteRows(resultSet);
     else
@@ -279,11 +281,15 @@ const std::vector<int>& PersistenceImpl::SelectColumns() {
 }
 
 void PersistenceImpl::VisitSelectedColumns(int row, CellSink& sink) {
-    if (!rowReader)
-        rowReader = std::make_unique<RowReader>(*storage, currentResultSet, selectedColumns, CellFormat::Classic());
-    for (int attempt = 0; attempt < kLockAttempts && !(attempt > 0 && IsCancelled()); ++attempt)
-        if (rowReader->Visit(row, sink))
+    const std::size_t start = buffer.Size();
+    for (int attempt = 0; attempt < kLockAttempts && !(attempt > 0 && IsCancelled()); ++attempt) {
+        if (rowReader
+                ? rowReader->Visit(row, sink)
+                : storage->VisitRow(currentResultSet, row, selectedColumns.data(),
+                                    static_cast<int>(selectedColumns.size()), CellFormat::Classic(), sink))
             return;
+        buffer.Truncate(start);
+    }
     ReportFailure(ETIMEDOUT, "Row " + std::to_string(row + 1) + " could not be read: the store is in use");
 }
 

@@ -156,7 +156,7 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     std::ostream* outputStream = nullptr;  // a caller's stream instead of `output`
     OutputBuffer buffer;                   // formatted, not yet in the file
     std::vector<int> selectedColumns;      // of the current result set
-    std::unique_ptr<RowReader> rowReader;  // of the current result set, once a row was asked for
+    std::unique_ptr<RowReader> rowReader;  // of the current result set when its view is sorted
     bool failed = false;                   // a failure of the running operation was reported
 };
 

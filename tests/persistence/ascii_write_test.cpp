@@ -107,6 +107,34 @@ TEST_F(AsciiWriteTest, LargeFilesAreWholeAcrossBlocks) {
     EXPECT_EQ(callback.progress.back(), 1.0f);
 }
 
+TEST_F(AsciiWriteTest, ASortedViewOfManyRows) {
+    std::vector<Row> rows;
+    for (int i = 0; i < 3000; ++i)
+        rows.push_back(
+            {std::to_string(100000 + i * 7 % 3000), i % 5 == 0 ? Cell() : Cell(std::to_string(i))});
+    AddTextResultSet(*store, {"A", "B"}, rows);
+    store->Sort(0, {DataSort(0, false)}, nullptr, 0);
+    store->HideRow(0, 2999);
+    std::vector<int> list;
+    std::string expected = "B,A\r\n";
+    std::string expectedList = expected;
+    for (int row = 0; row < 2999; ++row) {
+        const std::string line = store->GetString(0, row, 1) + "," + store->GetString(0, row, 0) + "\r\n";
+        expected += line;
+        if (row % 3 == 0) {
+            list.push_back(row);
+            expectedList += line;
+        }
+    }
+    EXPECT_EQ(WriteAll(ResultFileComma, [](Persistence& p) { p.SetColumnList({1, 0}); }), expected);
+    EXPECT_EQ(WriteAll(ResultFileComma,
+                       [&](Persistence& p) {
+                           p.SetColumnList({1, 0});
+                           p.SetRowList(list);
+                       }),
+              expectedList);
+}
+
 TEST_F(AsciiWriteTest, AValueOfManyBlocks) {
     const std::string huge(3 * 1024 * 1024, 'h');
     AddTextResultSet(*store, {"A", "B"}, {{huge, huge + ","}, {"x", "y"}});
