@@ -106,7 +106,7 @@ template <class T>
 class TypeWithNullTest : public testing::Test {};
 using NullableTypes = testing::Types<std::string, short, int, long, __int64, float, double, qxdb::Decimal,
                                      qxdb::DynBuffer, qxdb::Timestamp>;
-TYPED_TEST_SUITE(TypeWithNullTest, NullableTypes);
+TYPED_TEST_SUITE(TypeWithNullTest, NullableTypes, );
 
 TYPED_TEST(TypeWithNullTest, IsNullUntilItHasAValue) {
     TypeWithNull<TypeParam> value;

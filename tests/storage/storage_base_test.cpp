@@ -28,7 +28,7 @@ class StorageBaseTest : public testing::Test {};
 using Arrays = testing::Types<PagedArray<char>, PagedArray<short>, PagedArray<int>, PagedArray<long>,
                               PagedArray<__int64>, PagedArray<float>, PagedArray<double>,
                               PagedArray<ResultsTimestamp>, BigPagedArray<char>, BigPagedArray<__int64>>;
-TYPED_TEST_SUITE(StorageBaseTest, Arrays);
+TYPED_TEST_SUITE(StorageBaseTest, Arrays, );
 
 TYPED_TEST(StorageBaseTest, KeepsItemsThroughChunksPagesAndDroppedViews) {
     using T = typename TypeParam::value_type;
