@@ -78,6 +78,11 @@ void CSingleRequestDirector::Initialize(const std::string& batchSeparator, bool 
 }
 
 CSingleRequestDirector::~CSingleRequestDirector() {
+    LeaveRun();
+    request.reset();
+}
+
+void CSingleRequestDirector::LeaveRun() {
     try {
         Clear();
         CSingleRequestDirector::Cancel();
@@ -91,7 +96,6 @@ CSingleRequestDirector::~CSingleRequestDirector() {
     } catch (...) {
         qxos::OutputDebugStringA("A director could not leave its run in order.");
     }
-    request.reset();
 }
 
 bool CSingleRequestDirector::ExecuteDirect(qxdb::Connection& connection, const std::string& sql,

@@ -209,6 +209,10 @@ class QXSENG2_API CSingleRequestDirector : public ErrorCallback,
     void OnDebugEvent(int event, void* data, double elapsed) override;
 
   protected:
+    // Ends all notifications, cancels the run and waits until no other thread is inside a callback of this
+    // object. A derived class calls it first in its destructor, while the object is still whole; repeating it
+    // does no harm.
+    void LeaveRun();
     // For derived classes that bring their own request; before the first run.
     void SetRequest(const RequestPtr& newRequest);
     // Null for a type that is none of the nine.

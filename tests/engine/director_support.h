@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -33,6 +34,8 @@ inline bool Eventually(const std::function<bool()>& condition) {
 class OpenDirector : public qxdbsqlengine::CSingleRequestDirector {
   public:
     using CSingleRequestDirector::CSingleRequestDirector;
+    ~OpenDirector() override { LeaveRun(); }
+
     using CSingleRequestDirector::GetEngine;
     using CSingleRequestDirector::GetObservers;
     using CSingleRequestDirector::ReleaseEngine;
@@ -49,11 +52,22 @@ class OpenDirector : public qxdbsqlengine::CSingleRequestDirector {
     }
 };
 
+// Tells when nobody holds it any more.
+class WatchedLender : public CountingConnectionCallback {
+  public:
+    WatchedLender(ScriptedServer& scriptedServer, std::atomic<bool>& goneMark)
+        : CountingConnectionCallback(scriptedServer), gone(goneMark) {}
+    ~WatchedLender() override { gone = true; }
+
+  private:
+    std::atomic<bool>& gone;
+};
+
 class DirectorTest : public testing::Test {
   protected:
     explicit DirectorTest(qxdb::DBTYPE type = qxdb::DBTYPE_UNSET)
         : def(type, "pubs", 1.0, "sa", ""),
-          lender(new CountingConnectionCallback(server)),
+          lender(new WatchedLender(server, lenderGone)),
           connections(lender),
           director(std::make_unique<OpenDirector>(def, connections, nullptr, std::string(), true)) {
         calls.RegisterWith(*director);
@@ -61,6 +75,9 @@ class DirectorTest : public testing::Test {
     void TearDown() override {
         server.Release();
         director.reset();
+        connections = qxdbsqlengine::ConnectionRequestCallbackPtr();
+        // A run that outlives its director holds the lender, and the lender uses the server.
+        EXPECT_TRUE(Eventually([this] { return lenderGone.load(); })) << "a run or a director is left";
     }
 
     // The end of the run, seen by the director itself.
@@ -73,6 +90,7 @@ class DirectorTest : public testing::Test {
     }
 
     ScriptedServer server;
+    std::atomic<bool> lenderGone{false};
     qxdbsqlengine::ConnectionDefElement def;
     CountingConnectionCallback* lender;
     qxdbsqlengine::ConnectionRequestCallbackPtr connections;

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -63,17 +64,16 @@ class TempDirScope {
     std::string previous;
 };
 
+// Of mapped files alone: a sanitizer's own memory does not count.
 long ResidentKilobytes() {
+    std::ifstream status("/proc/self/status");
     long total = 0;
-    long resident = 0;
-    std::FILE* const file = std::fopen("/proc/self/statm", "r");
-    if (file != nullptr) {
-        if (std::fscanf(file, "%ld %ld", &total, &resident) != 2) {
-            resident = 0;
+    for (std::string line; std::getline(status, line);) {
+        if (line.rfind("RssFile:", 0) == 0 || line.rfind("RssShmem:", 0) == 0) {
+            total += std::stol(line.substr(line.find(':') + 1));
         }
-        std::fclose(file);
     }
-    return resident * (::sysconf(_SC_PAGESIZE) / 1024);
+    return total;
 }
 
 TEST(TempFileTest, HasANameOfItsOwnForThisUserAlone) {
