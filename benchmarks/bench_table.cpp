@@ -76,7 +76,7 @@ void FillTable(sqlite3* db) {
     Check(sqlite3_exec(db,
                        "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; "
                        "CREATE TABLE bench (id INTEGER PRIMARY KEY, small SMALLINT, price DECIMAL(12,2), "
-                       "ratio DOUBLE, name VARCHAR(24), note VARCHAR(80), placed DATETIME, flag INT); BEGIN",
+                       "ratio DOUBLE, name VARCHAR(24), note VARCHAR(80), placed TIMESTAMP(0), flag INT); BEGIN",
                        nullptr, nullptr, nullptr),
           db, "create table");
     sqlite3_stmt* insert = nullptr;

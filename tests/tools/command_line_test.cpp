@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <stdexcept>
 #include <vector>
 
@@ -13,9 +12,9 @@
 namespace qxsql {
 namespace {
 
-std::optional<CommandLine> Parse(std::initializer_list<const char*> arguments, int& exitCode) {
+std::optional<CommandLine> Parse(const std::vector<const char*>& arguments, int& exitCode) {
     std::vector<const char*> words{"qxsql"};
-    words.insert(words.end(), arguments);
+    words.insert(words.end(), arguments.begin(), arguments.end());
     return ParseCommandLine(static_cast<int>(words.size()), words.data(), exitCode);
 }
 
@@ -67,7 +66,7 @@ TEST(CommandLine, TakesEveryOption) {
 }
 
 TEST(CommandLine, RefusesWhatMakesNoSense) {
-    const std::vector<std::initializer_list<const char*>> cases{
+    const std::vector<std::vector<const char*>> cases{
         {},
         {"--unknown"},
         {"sqlite:a.db", "SELECT 1", "-f", "x.sql"},

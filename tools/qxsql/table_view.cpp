@@ -77,12 +77,15 @@ void TableView::FitToScreen() {
     };
     // Take from the widest columns until the table fits or nothing sensible is left to take.
     for (int excess = total() - screenWidth; excess > 0; excess = total() - screenWidth) {
-        const auto widest =
-            std::max_element(columns.begin(), columns.end(),
-                             [](const ShownColumn& a, const ShownColumn& b) { return a.width < b.width; });
+        const auto widest = std::max_element(columns.begin(), columns.end(),
+                                             [](const ShownColumn& a, const ShownColumn& b) {
+                                                 return (a.right ? 0 : a.width) < (b.right ? 0 : b.width);
+                                             });
+        if (widest == columns.end() || widest->right)
+            return;
         int second = NarrowestCut;
         for (auto column = columns.begin(); column != columns.end(); ++column) {
-            if (column != widest)
+            if (column != widest && !column->right)
                 second = std::max(second, column->width);
         }
         const int target = std::max(std::min(second, widest->width - 1), widest->width - excess);
@@ -100,9 +103,11 @@ void TableView::AppendCell(std::string& line, const ShownColumn& column, std::st
             line.append(static_cast<std::size_t>(column.width - taken), ' ');
         return;
     }
-    const std::size_t begin = line.size();
-    const int taken = AppendFitted(line, text, column.width);
-    line.insert(begin, static_cast<std::size_t>(column.width - taken), ' ');
+    // Part of a number would be another number: one that is wider than the sample said stands whole.
+    const int width = DisplayWidth(text);
+    if (width < column.width)
+        line.append(static_cast<std::size_t>(column.width - width), ' ');
+    AppendFitted(line, text, width);
 }
 
 void TableView::PrintHeadings(std::ostream& out) const {
@@ -134,14 +139,12 @@ void TableView::Print(std::ostream& out, int end) {
             line.append(Gap, ' ');
         AppendCell(line, columns[position], text, position + 1 == static_cast<int>(columns.size()));
     });
-    int width = Gap * (static_cast<int>(columns.size()) - 1);
-    for (const ShownColumn& column : columns)
-        width += column.width;
     for (; printed < end; ++printed) {
         line.clear();
         store.VisitRow(resultSet, printed, numbers.data(), static_cast<int>(numbers.size()),
                        CellFormat::Classic(), sink);
-        if (width <= screenWidth) {
+        // A text that is no wider in bytes than the screen need not be measured.
+        if (static_cast<int>(line.size()) <= screenWidth) {
             out << line << '\n';
             continue;
         }
