@@ -30,10 +30,11 @@ std::uint64_t Mix(std::uint64_t number) {
     return number ^ (number >> 31U);
 }
 
-const char* const Syllables[] = {"ba", "cor", "del", "fin", "Gra", "hol", "ist", "Jur", "kan", "lem",
+const char* const Syllables[] = {"ba",  "cor", "del", "fin", "Gra", "hol", "ist", "Jur", "kan", "lem",
                                  "mor", "nad", "Oss", "pel", "qui", "ran", "sol", "Tur", "ven", "wyl"};
-const char* const Words[] = {"order ", "by phone, ", "sent ", "late ", "paid ", "in cash ", "gift ", "for ",
-                             "a \"good\" ", "customer ", "of the ", "house ", "please call ", "again "};
+const char* const Words[] = {"order ",   "by phone, ", "sent ",        "late ",       "paid ",
+                             "in cash ", "gift ",      "for ",         "a \"good\" ", "customer ",
+                             "of the ",  "house ",     "please call ", "again "};
 
 void MakeName(std::uint64_t bits, std::string& name) {
     name.clear();
@@ -73,15 +74,16 @@ void Check(int code, sqlite3* db, const char* what) {
 }
 
 void FillTable(sqlite3* db) {
-    Check(sqlite3_exec(db,
-                       "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; "
-                       "CREATE TABLE bench (id INTEGER PRIMARY KEY, small SMALLINT, price DECIMAL(12,2), "
-                       "ratio DOUBLE, name VARCHAR(24), note VARCHAR(80), placed TIMESTAMP(0), flag INT); BEGIN",
-                       nullptr, nullptr, nullptr),
+    Check(sqlite3_exec(
+              db,
+              "PRAGMA journal_mode = OFF; PRAGMA synchronous = OFF; "
+              "CREATE TABLE bench (id INTEGER PRIMARY KEY, small SMALLINT, price DECIMAL(12,2), "
+              "ratio DOUBLE, name VARCHAR(24), note VARCHAR(80), placed TIMESTAMP(0), flag INT); BEGIN",
+              nullptr, nullptr, nullptr),
           db, "create table");
     sqlite3_stmt* insert = nullptr;
-    Check(sqlite3_prepare_v2(db, "INSERT INTO bench VALUES (?, ?, ?, ?, ?, ?, ?, ?)", -1, &insert, nullptr), db,
-          "prepare");
+    Check(sqlite3_prepare_v2(db, "INSERT INTO bench VALUES (?, ?, ?, ?, ?, ?, ?, ?)", -1, &insert, nullptr),
+          db, "prepare");
     Row row;
     for (int i = 0; i < TableRows; ++i) {
         MakeRow(i, row);
@@ -145,9 +147,9 @@ void MakeRow(std::int64_t number, Row& row) {
     row.note.clear();
     if (!row.noteIsNull)
         MakeNote(Mix(bits + 1), row.note);
-    row.placed = {1990 + static_cast<int>(bits % 35),     1 + static_cast<int>(bits / 35 % 12),
-                  1 + static_cast<int>(bits / 420 % 28),  static_cast<int>(bits / 11760 % 24),
-                  static_cast<int>(bits / 282240 % 60),   static_cast<int>(bits / 16934400 % 60)};
+    row.placed = {1990 + static_cast<int>(bits % 35),    1 + static_cast<int>(bits / 35 % 12),
+                  1 + static_cast<int>(bits / 420 % 28), static_cast<int>(bits / 11760 % 24),
+                  static_cast<int>(bits / 282240 % 60),  static_cast<int>(bits / 16934400 % 60)};
     row.flag = static_cast<int>(bits >> 63U);
 }
 

@@ -53,10 +53,12 @@ struct PlainTable {
     std::vector<int> flag;
 
     std::string_view Name(int row) const {
-        return {names.data() + nameOffsets[row], static_cast<std::size_t>(nameOffsets[row + 1] - nameOffsets[row])};
+        return {names.data() + nameOffsets[row],
+                static_cast<std::size_t>(nameOffsets[row + 1] - nameOffsets[row])};
     }
     std::string_view Note(int row) const {
-        return {notes.data() + noteOffsets[row], static_cast<std::size_t>(noteOffsets[row + 1] - noteOffsets[row])};
+        return {notes.data() + noteOffsets[row],
+                static_cast<std::size_t>(noteOffsets[row + 1] - noteOffsets[row])};
     }
 };
 

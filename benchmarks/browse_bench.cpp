@@ -113,9 +113,24 @@ void BrowseCells(benchmark::State& state) {
     }
 }
 
-BENCHMARK(BrowseFloor)->Name("Browse/floor")->Unit(benchmark::kMillisecond)->Iterations(3)->Repetitions(5)->UseRealTime();
-BENCHMARK(BrowseLibrary)->Name("Browse/library")->Unit(benchmark::kMillisecond)->Iterations(3)->Repetitions(5)->UseRealTime();
-BENCHMARK(BrowseCells)->Name("Browse/cells")->Unit(benchmark::kMillisecond)->Iterations(3)->Repetitions(5)->UseRealTime();
+BENCHMARK(BrowseFloor)
+    ->Name("Browse/floor")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->Repetitions(5)
+    ->UseRealTime();
+BENCHMARK(BrowseLibrary)
+    ->Name("Browse/library")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->Repetitions(5)
+    ->UseRealTime();
+BENCHMARK(BrowseCells)
+    ->Name("Browse/cells")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3)
+    ->Repetitions(5)
+    ->UseRealTime();
 
 }  // namespace
 

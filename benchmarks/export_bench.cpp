@@ -160,8 +160,18 @@ void ReadBack(benchmark::State& state) {
     }
 }
 
-BENCHMARK(ExportFloor)->Name("Export/floor")->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(5)->UseRealTime();
-BENCHMARK(ExportLibrary)->Name("Export/library")->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(5)->UseRealTime();
+BENCHMARK(ExportFloor)
+    ->Name("Export/floor")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1)
+    ->Repetitions(5)
+    ->UseRealTime();
+BENCHMARK(ExportLibrary)
+    ->Name("Export/library")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1)
+    ->Repetitions(5)
+    ->UseRealTime();
 BENCHMARK(ReadBack)->Name("ReadBack/library")->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
 
 }  // namespace

@@ -1,8 +1,8 @@
 // qxbench: the library's speed as ratios to floors, all measured in this run.
 //
-// The table: 2,000,000 rows of id, small int, decimal(12,2), double, a name of 8 to 24 bytes, a note of 30 to 80
-// bytes with 10 % NULL, a date-time and an int flag. A floor is what plain C++ over vectors needs for the same
-// job on one thread. --benchmark_filter=REGEX runs some of them.
+// The table: 2,000,000 rows of id, small int, decimal(12,2), double, a name of 8 to 24 bytes, a note of 30 to
+// 80 bytes with 10 % NULL, a date-time and an int flag. A floor is what plain C++ over vectors needs for the
+// same job on one thread. --benchmark_filter=REGEX runs some of them.
 
 #include <benchmark/benchmark.h>
 

@@ -36,9 +36,9 @@ long WrongValues(DataStorage& store, int row, Row& expected) {
     wrong += store.GetString(0, row, 4) != expected.name;
     wrong += store.GetString(0, row, 5) != expected.note;
     wrong += store.IsNull(0, row, 5) != expected.noteIsNull;
-    wrong += placed.GetYear() != time.year || placed.GetMonth() != time.month || placed.GetDay() != time.day ||
-             placed.GetHour() != time.hour || placed.GetMinute() != time.minute ||
-             placed.GetSeconds() != time.second;
+    wrong += placed.GetYear() != time.year || placed.GetMonth() != time.month ||
+             placed.GetDay() != time.day || placed.GetHour() != time.hour ||
+             placed.GetMinute() != time.minute || placed.GetSeconds() != time.second;
     wrong += store.GetInt64(0, row, 7) != expected.flag;
     return wrong;
 }

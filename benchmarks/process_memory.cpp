@@ -1,26 +1,36 @@
 #include "benchmarks/process_memory.h"
 
+#include <fcntl.h>
 #include <malloc.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
+#include <future>
 
 namespace qxbench {
 
 std::size_t ResidentMemory() {
-    std::FILE* const file = std::fopen("/proc/self/statm", "r");
-    if (file == nullptr)
+    // Without streams: a sample must not allocate.
+    const int file = open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
+    if (file < 0)
         return 0;
+    char text[128] = {};
+    const ssize_t length = read(file, text, sizeof text - 1);
+    close(file);
     unsigned long total = 0;
     unsigned long resident = 0;
-    const int read = std::fscanf(file, "%lu %lu", &total, &resident);
-    std::fclose(file);
-    return read == 2 ? resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE)) : 0;
+    if (length <= 0 || std::sscanf(text, "%lu %lu", &total, &resident) != 2)
+        return 0;
+    return resident * static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 }
 
-MemoryWatch::MemoryWatch() : before((malloc_trim(0), ResidentMemory())), peak(before) {
-    sampler = std::thread([this] {
+MemoryWatch::MemoryWatch() {
+    malloc_trim(0);
+    std::promise<void> started;
+    sampler = std::thread([this, &started] {
+        peak = ResidentMemory();
+        started.set_value();
         while (!stop) {
             const std::size_t now = ResidentMemory();
             if (now > peak)
@@ -28,6 +38,10 @@ MemoryWatch::MemoryWatch() : before((malloc_trim(0), ResidentMemory())), peak(be
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
         }
     });
+    // The thread's own memory is not what is measured.
+    started.get_future().wait();
+    before = ResidentMemory();
+    peak = before;
 }
 
 MemoryWatch::~MemoryWatch() {

@@ -19,8 +19,8 @@ class MemoryWatch {
     std::size_t PeakGrowth() const;
 
   private:
-    const std::size_t before;
-    std::atomic<std::size_t> peak;
+    std::size_t before = 0;
+    std::atomic<std::size_t> peak{0};
     std::atomic<bool> stop{false};
     std::thread sampler;
 };

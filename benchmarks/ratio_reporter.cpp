@@ -37,8 +37,8 @@ void RatioReporter::Finalize() {
         const std::string job = budget.job;
         const auto counter = counters.find(job);
         if (counter != counters.end()) {
-            std::printf("%-16s %10s %10s %8.2f %8.2f  %s%s\n", budget.job, "", "", counter->second, budget.limit,
-                        counter->second <= budget.limit ? "" : "OVER BUDGET: ", budget.meaning);
+            std::printf("%-16s %10s %10s %8.2f %8.2f  %s%s\n", budget.job, "", "", counter->second,
+                        budget.limit, counter->second <= budget.limit ? "" : "OVER BUDGET: ", budget.meaning);
             continue;
         }
         const double floor = Median(job + "/floor");
@@ -46,8 +46,8 @@ void RatioReporter::Finalize() {
         if (floor <= 0 || library <= 0)
             continue;
         const double ratio = library / floor;
-        std::printf("%-16s %10.4f %10.4f %8.2f %8.2f  %s%s\n", budget.job, floor, library, ratio, budget.limit,
-                    ratio <= budget.limit ? "" : "OVER BUDGET: ", budget.meaning);
+        std::printf("%-16s %10.4f %10.4f %8.2f %8.2f  %s%s\n", budget.job, floor, library, ratio,
+                    budget.limit, ratio <= budget.limit ? "" : "OVER BUDGET: ", budget.meaning);
     }
 }
 

@@ -29,7 +29,8 @@ class EndFlag final : public RequestCallback {
     void OnCancelFailed(double) override { ended = true; }
 };
 
-// Reads screens at random places, cell by cell as a grid does, until the run ends; gives the time of each in ms.
+// Reads screens at random places, cell by cell as a grid does, until the run ends; gives the time of each in
+// ms.
 std::vector<double> ReadScreens(DataStorage& store, const EndFlag& flag) {
     std::vector<double> times;
     std::mt19937 random(2);

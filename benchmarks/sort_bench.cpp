@@ -94,8 +94,18 @@ void SortLibrary(benchmark::State& state) {
     }
 }
 
-BENCHMARK(SortFloor)->Name("Sort/floor")->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3)->UseRealTime();
-BENCHMARK(SortLibrary)->Name("Sort/library")->Unit(benchmark::kMillisecond)->Iterations(1)->Repetitions(3)->UseRealTime();
+BENCHMARK(SortFloor)
+    ->Name("Sort/floor")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1)
+    ->Repetitions(3)
+    ->UseRealTime();
+BENCHMARK(SortLibrary)
+    ->Name("Sort/library")
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(1)
+    ->Repetitions(3)
+    ->UseRealTime();
 
 }  // namespace
 

@@ -55,7 +55,8 @@ class Progress final : public RequestCallback, public ErrorCallback {
 };
 
 std::string StreamSql(long rows) {
-    return "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " + std::to_string(rows) +
+    return "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < " +
+           std::to_string(rows) +
            ") SELECT i AS id, c.name || ' ' || (i * 7919 % 1000003) AS customer, c.country, p.price, "
            "p.name AS product, c.born FROM n CROSS JOIN customer c ON c.id = i % 8 + 1 "
            "CROSS JOIN product p ON p.rowid = i % 5 + 1";
@@ -130,8 +131,8 @@ bool ExportAndCompare(const SmartPtr<DataStorage>& store, const std::string& fil
         return false;
     const double readSeconds = readWatch.Seconds();
     const long differences = CountDifferences(*store, *copy);
-    std::printf("Read %d rows back in %.2f s; cells that differ: %ld\n", copy->GetNumberOfRows(0), readSeconds,
-                differences);
+    std::printf("Read %d rows back in %.2f s; cells that differ: %ld\n", copy->GetNumberOfRows(0),
+                readSeconds, differences);
     return differences == 0;
 }
 

@@ -100,7 +100,8 @@ RowReader::Taken RowReader::FillRows(int row, int rows) {
     return Taken::All;
 }
 
-RowReader::Taken RowReader::Collect(const std::vector<Place>& places, std::size_t firstColumn, std::size_t columnCount) {
+RowReader::Taken RowReader::Collect(const std::vector<Place>& places, std::size_t firstColumn,
+                                    std::size_t columnCount) {
     Collector collector(*this, firstColumn);
     for (const Place& place : places) {
         collector.row = static_cast<std::size_t>(place.position);

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
 #include <string>
+#include <vector>
 
 #include "platform/export.h"
 #include "platform/int64.h"
@@ -64,11 +66,15 @@ class QXSENG2_API TempFile {
 //
 // The address range of the whole file is set aside once in Open; a view is a slice of it, so that mapping
 // again what was written before costs no change of the address map. Where the system refuses such a range
-// (a small address space), each view is mapped by itself. An unmapped view gives its resident memory back to
-// the system; its content stays in the file. Offsets are bytes, in multiples of ViewGranularity.
+// (a small address space), each view is mapped by itself. Offsets are bytes, in multiples of ViewGranularity.
+//
+// An unmapped view gives its resident memory back to the system, but not at once: the ParkedViews that were
+// unmapped last stay resident (16 MiB), so that a view which is soon needed again costs nothing. The content
+// is in the file in any case.
 class QXSENG2_API FileMapping {
   public:
     static constexpr std::size_t ViewGranularity = 65536;
+    static constexpr std::size_t ParkedViews = 256;
 
     FileMapping();
     ~FileMapping();
@@ -94,12 +100,18 @@ class QXSENG2_API FileMapping {
     void UnmapView(void* view, std::size_t size);
 
   private:
+    void Park(std::size_t granule);
+    void Unpark(std::size_t granule);
+
     TempFile* file = nullptr;
     __int64 mappedSize = 0;
     unsigned char* base =
         nullptr;               // of the whole range, at a multiple of ViewGranularity; null: single views
     void* reserved = nullptr;  // what `base` was cut from
     std::size_t reservedSize = 0;
+    std::deque<std::size_t> parked;  // granules in the order of unmapping; some may be in use again
+    std::vector<bool> isParked;      // by granule: unmapped, and still resident
+    std::size_t parkedCount = 0;     // of isParked
 };
 
 }  // namespace qxos

@@ -52,8 +52,8 @@ class QXSENG2_API Decimal {
     Decimal(const BigInteger& value, unsigned int scale);
 
     // Plain notation, at least one digit before the point. `digits` is the number of digits behind the point
-    // (rounded half up, or filled up with zeros), -1 for the scale as it is, never more than MaxScale. `trimZeros` then takes the zeros
-    // at the end of the fraction away, and a point that is left alone.
+    // (rounded half up, or filled up with zeros), -1 for the scale as it is, never more than MaxScale.
+    // `trimZeros` then takes the zeros at the end of the fraction away, and a point that is left alone.
     std::string AsString(bool trimZeros, int digits) const;
     std::string AsString(char decimalPoint, bool trimZeros, int digits) const;
     // As users read a floating number: plain while the first digit's exponent is from -5 to 15 (0.00001,

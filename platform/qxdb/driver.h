@@ -1,8 +1,8 @@
 // What a driver implements. The handles of connection.h, statement.h, cursor.h and bind_value.h forward here.
 //
-// To add a driver: derive Driver and the five implementation classes, derive Field for each kind of value, and
-// hand one Driver object to Manager::RegisterDriver. No file of the library changes. Objects are shared by
-// counted pointers: a cursor keeps its statement alive and a statement its connection, whatever the caller
+// To add a driver: derive Driver and the five implementation classes, derive Field for each kind of value,
+// and hand one Driver object to Manager::RegisterDriver. No file of the library changes. Objects are shared
+// by counted pointers: a cursor keeps its statement alive and a statement its connection, whatever the caller
 // drops first. Everything runs on the thread that uses the connection, but StatementImpl::Cancel.
 #pragma once
 

@@ -30,9 +30,9 @@ class QXSENG2_API StringInsert {
 };
 
 // One value position. A driver derives its own class for each kind of value; here every read or write that a
-// kind does not have throws Errors that name the field and the operation. Used on the thread of the statement.
-// A value that does not fit the declared type of its column is never changed: the read throws Errors with the
-// result set, row, column and value.
+// kind does not have throws Errors that name the field and the operation. Used on the thread of the
+// statement. A value that does not fit the declared type of its column is never changed: the read throws
+// Errors with the result set, row, column and value.
 class QXSENG2_API Field {
   public:
     virtual ~Field();

@@ -27,8 +27,10 @@ class QXSENG2_API LobLocatorImp {
     virtual std::string TableName() const = 0;
     virtual void SetAsXMLType() = 0;
     // `rowValues`: the texts of the row's cells, to find the row by. Both throw Errors.
-    virtual void Import(const std::string& fileName, Connection& connection, std::list<std::string>* rowValues) = 0;
-    virtual void Export(const std::string& fileName, Connection& connection, std::list<std::string>* rowValues) = 0;
+    virtual void Import(const std::string& fileName, Connection& connection,
+                        std::list<std::string>* rowValues) = 0;
+    virtual void Export(const std::string& fileName, Connection& connection,
+                        std::list<std::string>* rowValues) = 0;
 };
 
 // Owner of one locator, or empty. Copying clones the implementation. An empty locator is not valid, read-only

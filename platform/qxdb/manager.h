@@ -48,7 +48,8 @@ class QXSENG2_API Manager {
 
     // `driverName`: which driver, empty for the one that serves `type`. `options`: the driver's own.
     ConnectionDef Bind(DBTYPE type, const std::string& dataSourceName, const std::string& userName,
-                       const std::string& password, const std::string& driverName, const std::string& options);
+                       const std::string& password, const std::string& driverName,
+                       const std::string& options);
 
     // A driver of the same name is replaced. Any thread.
     void RegisterDriver(std::shared_ptr<Driver> driver);

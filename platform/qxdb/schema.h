@@ -43,7 +43,8 @@ class QXSENG2_API Column {
     virtual std::string GetNativeTypeName() const = 0;
     // Digits behind the point; negative when unknown.
     virtual int GetScale() const = 0;
-    // Of a compute result set: the 1-based position of the select-list column that this aggregate belongs under.
+    // Of a compute result set: the 1-based position of the select-list column that this aggregate belongs
+    // under.
     virtual int GetComputeColumn() const = 0;
     // Bit 0 set: binary large object, clear: character large object. Bit 1 and bit 4 (16): wide characters.
     virtual unsigned int GetLobFlags() const = 0;

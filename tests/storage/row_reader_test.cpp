@@ -33,7 +33,8 @@ DataStorage MakeStore(int rows, std::size_t longest) {
         if (row % 7 == 0)
             store.InsertNull(0, 1);
         else
-            store.InsertString(0, 1, std::string(random() % (longest + 1), static_cast<char>('a' + row % 26)));
+            store.InsertString(0, 1,
+                               std::string(random() % (longest + 1), static_cast<char>('a' + row % 26)));
         store.InsertString(0, 2, std::to_string(row));
     }
     return store;

@@ -33,12 +33,14 @@ TEST(CommandLine, TakesConnectionAndSql) {
 
 TEST(CommandLine, TakesEveryOption) {
     int exitCode = -1;
-    const auto line =
-        Parse({"sqlite:a.db", "-f", "x.sql", "-o", "out.csv", "--format", "pipe", "--no-headers", "--no-quoting",
-               "--keep-tabs", "--columns", "0,2", "--result", "1", "--sort", "name:desc,2", "--max-rows", "10",
-               "--max-errors", "3", "--as-strings", "--option", "50147=2", "--option", "50403=on", "--timing",
-               "--quiet", "--create"},
-              exitCode);
+    const auto line = Parse({"sqlite:a.db",  "-f",          "x.sql",        "-o",
+                             "out.csv",      "--format",    "pipe",         "--no-headers",
+                             "--no-quoting", "--keep-tabs", "--columns",    "0,2",
+                             "--result",     "1",           "--sort",       "name:desc,2",
+                             "--max-rows",   "10",          "--max-errors", "3",
+                             "--as-strings", "--option",    "50147=2",      "--option",
+                             "50403=on",     "--timing",    "--quiet",      "--create"},
+                            exitCode);
     ASSERT_TRUE(line);
     EXPECT_EQ("x.sql", line->sqlFile);
     EXPECT_EQ("out.csv", line->outputFile);
@@ -146,10 +148,17 @@ TEST(FileType, ByFormatThenByExtension) {
         const char* file;
         ResultFileType type;
     } cases[] = {
-        {"", "a.csv", ResultFileComma},      {"", "a.CSV", ResultFileComma}, {"", "a.psv", ResultFilePipe},
-        {"", "a.pipe", ResultFilePipe},      {"", "a.txt", ResultFileTab},   {"", "a", ResultFileTab},
-        {"", "", ResultFileTab},             {"tab", "a.csv", ResultFileTab}, {"comma", "a.txt", ResultFileComma},
-        {"pipe", "a.csv", ResultFilePipe},   {"delimited", "a.csv", ResultFileDelimited},
+        {"", "a.csv", ResultFileComma},
+        {"", "a.CSV", ResultFileComma},
+        {"", "a.psv", ResultFilePipe},
+        {"", "a.pipe", ResultFilePipe},
+        {"", "a.txt", ResultFileTab},
+        {"", "a", ResultFileTab},
+        {"", "", ResultFileTab},
+        {"tab", "a.csv", ResultFileTab},
+        {"comma", "a.txt", ResultFileComma},
+        {"pipe", "a.csv", ResultFilePipe},
+        {"delimited", "a.csv", ResultFileDelimited},
     };
     for (const auto& one : cases) {
         CommandLine line;
@@ -165,8 +174,8 @@ TEST(GroupedNumber, PartsThousands) {
     const struct {
         long long number;
         const char* text;
-    } cases[] = {{0, "0"},           {999, "999"},       {1000, "1,000"},
-                 {1234567, "1,234,567"}, {-1000, "-1,000"}, {-999, "-999"}};
+    } cases[] = {{0, "0"},          {999, "999"},  {1000, "1,000"}, {1234567, "1,234,567"},
+                 {-1000, "-1,000"}, {-999, "-999"}};
     for (const auto& one : cases)
         EXPECT_EQ(one.text, GroupedNumber(one.number));
 }

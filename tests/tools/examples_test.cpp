@@ -21,7 +21,8 @@ TEST(Examples, TwoViewsKeepTheirOwnOrder) {
     EXPECT_EQ(0, result.exitCode) << result.err;
     // i * 7919 mod 200000 runs through all numbers, so the last ids and the first names are known.
     EXPECT_NE(std::string::npos, result.out.find("by name (200000 rows):  200000 file0")) << result.out;
-    EXPECT_NE(std::string::npos, result.out.find("newest first (199999 rows):  200000 file0  199999 file192081"))
+    EXPECT_NE(std::string::npos,
+              result.out.find("newest first (199999 rows):  200000 file0  199999 file192081"))
         << result.out;
 }
 

@@ -115,10 +115,11 @@ TEST_F(QxsqlTool, ExitCodes) {
 }
 
 TEST_F(QxsqlTool, FullDiskUnderTheExport) {
-    const ToolResult result = Qxsql({"sqlite::memory:",
-                                     "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < "
-                                     "200000) SELECT i, 'some text' FROM n",
-                                     "-o", "/dev/full"});
+    const ToolResult result =
+        Qxsql({"sqlite::memory:",
+               "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < "
+               "200000) SELECT i, 'some text' FROM n",
+               "-o", "/dev/full"});
     EXPECT_EQ(4, result.exitCode);
     EXPECT_NE(std::string::npos, result.err.find("No space left on device")) << result.err;
 }
@@ -148,7 +149,8 @@ TEST_F(QxsqlTool, ValueThatDoesNotFitItsColumn) {
 }
 
 TEST_F(QxsqlTool, ExportFormatsAndOptions) {
-    const std::string sql = "SELECT 1 AS id, 'a,\"b\"' AS t UNION ALL SELECT 2, 'x|y' UNION ALL SELECT 3, NULL";
+    const std::string sql =
+        "SELECT 1 AS id, 'a,\"b\"' AS t UNION ALL SELECT 2, 'x|y' UNION ALL SELECT 3, NULL";
     const struct {
         const char* file;
         Words options;
@@ -187,8 +189,9 @@ TEST_F(QxsqlTool, LimitsHoldWithoutAndWithOptions) {
     const std::string sql =
         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100) SELECT i FROM n";
     EXPECT_EQ("i\r\n1\r\n2\r\n", Qxsql({"sqlite::memory:", sql, "--max-rows", "2"}).out);
-    EXPECT_EQ("i\r\n1\r\n2\r\n",
-              Qxsql({"sqlite::memory:", sql, "--max-rows", "2", "--max-errors", "1", "--option", "50385=off"}).out);
+    EXPECT_EQ(
+        "i\r\n1\r\n2\r\n",
+        Qxsql({"sqlite::memory:", sql, "--max-rows", "2", "--max-errors", "1", "--option", "50385=off"}).out);
 }
 
 TEST_F(QxsqlTool, ReadsADelimitedFileBack) {
@@ -201,7 +204,7 @@ TEST_F(QxsqlTool, ReadsADelimitedFileBack) {
     const ToolResult sorted = Qxsql({"--read", csv, "--sort", "name", "--columns", "1"});
     EXPECT_EQ(0, sorted.exitCode) << sorted.err;
     EXPECT_EQ(0U, sorted.out.find("name\r\nŁukasz Żółć\r\nΕλένη Παπαδοπούλου\r\n山田 太郎\r\n"
-                                    "Café \"Le Zinc\"\r\nfile9\r\nfile10\r\nO'Neill & Sons\r\nZoë Müller\r\n"))
+                                  "Café \"Le Zinc\"\r\nfile9\r\nfile10\r\nO'Neill & Sons\r\nZoë Müller\r\n"))
         << sorted.out;
     const ToolResult empty = Qxsql({"--read", "/dev/null"});
     EXPECT_EQ(0, empty.exitCode) << empty.err;
@@ -252,15 +255,17 @@ TEST_F(QxsqlTool, TimingTellsRowsAndMemory) {
 
 TEST_F(QxsqlTool, UnicodeAndExactValues) {
     MakeShop();
-    const ToolResult result = Qxsql({Database(), "SELECT name, vat_rate FROM country WHERE code IN ('GR', 'US') "
-                                                 "ORDER BY code; SELECT name, price, picture FROM product "
-                                                 "WHERE sku = 'POT-001' OR sku = 'CUP-010' ORDER BY sku; "
-                                                 "SELECT placed, shipped FROM purchase WHERE id = 1002; "
-                                                 "SELECT born FROM customer WHERE id = 1"});
+    const ToolResult result = Qxsql({Database(),
+                                     "SELECT name, vat_rate FROM country WHERE code IN ('GR', 'US') "
+                                     "ORDER BY code; SELECT name, price, picture FROM product "
+                                     "WHERE sku = 'POT-001' OR sku = 'CUP-010' ORDER BY sku; "
+                                     "SELECT placed, shipped FROM purchase WHERE id = 1002; "
+                                     "SELECT born FROM customer WHERE id = 1"});
     EXPECT_EQ(0, result.exitCode) << result.err;
     EXPECT_EQ(
         "name\tvat_rate\r\nΕλλάδα\t24.00\r\nUnited States\t\r\n"
-        "\r\nname\tprice\tpicture\r\nCup with handle\t12.00\tFFD8FFE0\r\nTeapot \"Grandmother\"\t1249.99\t\r\n"
+        "\r\nname\tprice\tpicture\r\nCup with handle\t12.00\tFFD8FFE0\r\nTeapot "
+        "\"Grandmother\"\t1249.99\t\r\n"
         "\r\nplaced\tshipped\r\n2024-03-01 23:59:59.999\t2024-03-05 08:30:00.000\r\n"
         "\r\nborn\r\n1984-02-29\r\n",
         result.out);

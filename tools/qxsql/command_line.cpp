@@ -10,7 +10,8 @@ namespace {
 
 const char Description[] =
     "qxsql runs SQL over a connection and shows, sorts or exports its results.\n"
-    "Results of any size stay usable in little memory: rows go into pages that spill into a temporary file.\n";
+    "Results of any size stay usable in little memory: rows go into pages that spill into a temporary "
+    "file.\n";
 
 const char Footer[] =
     "CONNECTION is a driver's name, a colon and its data source: sqlite:FILE or sqlite::memory:\n"

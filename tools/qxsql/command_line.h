@@ -9,13 +9,7 @@
 namespace qxsql {
 
 // Exit codes that scripts can trust.
-enum ExitCode : int {
-    ExitDone = 0,
-    ExitServerError = 1,
-    ExitUsage = 2,
-    ExitNoConnection = 3,
-    ExitFile = 4
-};
+enum ExitCode : int { ExitDone = 0, ExitServerError = 1, ExitUsage = 2, ExitNoConnection = 3, ExitFile = 4 };
 
 struct SortTerm {
     std::string column;  // a label, or a number from 0

@@ -15,8 +15,8 @@ namespace qxsql {
 
 using StorePtr = qxdbsqlengine::SmartPtr<qxdbsqlengine::DataStorage>;
 
-// The file type for a format name, or for a file's extension when the name is empty: .csv comma, .psv and .pipe
-// pipe, all others tab. "delimited", or a delimiter that is given: the free form.
+// The file type for a format name, or for a file's extension when the name is empty: .csv comma, .psv and
+// .pipe pipe, all others tab. "delimited", or a delimiter that is given: the free form.
 qxdbsqlengine::ResultFileType FileTypeFor(const CommandLine& line, const std::string& fileName);
 
 // Writes the result sets in the order of the list to `line.outputFile`. False, with the reason printed, when

@@ -118,7 +118,8 @@ int RunSql(const CommandLine& line, const std::string& sql) {
         }
         const qxdbsrd::ConnectionDefElement definition(type, text.dataSource, 0.0, "", "");
         RunWatcher watcher;
-        CSingleRequestDirector director(definition, connections, Options(line), OptionMap(), nullptr, ";", true);
+        CSingleRequestDirector director(definition, connections, Options(line), OptionMap(), nullptr, ";",
+                                        true);
         ApplySettings(line, director);
         director.RegisterCallback(static_cast<qxdbsqlengine::ErrorCallback&>(watcher));
         director.RegisterCallback(static_cast<qxdbsqlengine::RequestCallback&>(watcher));
@@ -135,8 +136,7 @@ int RunSql(const CommandLine& line, const std::string& sql) {
 }
 
 int RunRead(const CommandLine& line) {
-    StorePtr store(
-        new qxdbsqlengine::DataStorage(qxdbsqlengine::DataStorage::CreateResultsStorage(false)));
+    StorePtr store(new qxdbsqlengine::DataStorage(qxdbsqlengine::DataStorage::CreateResultsStorage(false)));
     if (!LoadFile(line, store))
         return ExitFile;
     try {

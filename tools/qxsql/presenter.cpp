@@ -21,7 +21,9 @@ Presenter::Presenter(const CommandLine& commandLine, const StorePtr& results)
                (line.table || (line.format.empty() && !line.delimiter && IsTerminal(STDOUT_FILENO)))),
       progress(!line.quiet) {}
 
-bool Presenter::IsWanted() { return !line.result || *line.result == resultCount - 1; }
+bool Presenter::IsWanted() {
+    return !line.result || *line.result == resultCount - 1;
+}
 
 void Presenter::ResultBegins(int resultSet, qxdbsqlengine::ResultSetType type) {
     open = resultSet;

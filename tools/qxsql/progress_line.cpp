@@ -20,7 +20,9 @@ std::string GroupedNumber(long long number) {
 
 ProgressLine::ProgressLine(bool wanted) : enabled(wanted && IsTerminal(STDERR_FILENO)) {}
 
-ProgressLine::~ProgressLine() { Wipe(); }
+ProgressLine::~ProgressLine() {
+    Wipe();
+}
 
 bool ProgressLine::Due() {
     if (!enabled)

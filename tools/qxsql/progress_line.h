@@ -6,8 +6,9 @@
 
 namespace qxsql {
 
-// Writes to standard error, over and over on the same line, at most ten times a second and only after the work
-// has taken half a second. Prints nothing when standard error is no terminal or `wanted` is false. One thread.
+// Writes to standard error, over and over on the same line, at most ten times a second and only after the
+// work has taken half a second. Prints nothing when standard error is no terminal or `wanted` is false. One
+// thread.
 class ProgressLine {
   public:
     explicit ProgressLine(bool wanted);

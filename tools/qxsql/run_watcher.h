@@ -20,11 +20,11 @@ struct RunEvent {
     Errors errors;
 };
 
-// Registered with a director; its callbacks run on the engine thread and only queue events, so that the engine
-// never waits for the screen. Must outlive the run.
+// Registered with a director; its callbacks run on the engine thread and only queue events, so that the
+// engine never waits for the screen. Must outlive the run.
 class RunWatcher final : public qxdbsqlengine::ErrorCallback,
-                   public qxdbsqlengine::RequestCallback,
-                   public qxdbsqlengine::ResultSetCallback {
+                         public qxdbsqlengine::RequestCallback,
+                         public qxdbsqlengine::ResultSetCallback {
   public:
     // The next event, or nothing when none comes within `patience`. Main thread.
     std::optional<RunEvent> Next(std::chrono::milliseconds patience);

@@ -42,8 +42,8 @@ std::vector<int> SelectColumns(const std::vector<int>& wanted, int count) {
     return selected;
 }
 
-TableView::TableView(qxdbsqlengine::DataStorage& from, int rs, const std::vector<int>& wanted, bool withHeaders,
-                     int width)
+TableView::TableView(qxdbsqlengine::DataStorage& from, int rs, const std::vector<int>& wanted,
+                     bool withHeaders, int width)
     : store(from), resultSet(rs), headers(withHeaders), screenWidth(width) {
     numbers = SelectColumns(wanted, store.GetNumberOfColumns(resultSet));
     for (const int number : numbers) {
@@ -61,8 +61,8 @@ void TableView::Measure(int rows) {
             width = std::max(width, DisplayWidth(text.substr(0, 4 * static_cast<std::size_t>(screenWidth))));
     });
     for (int row = 0; row < std::min(rows, SampleRows); ++row) {
-        store.VisitRow(resultSet, row, numbers.data(), static_cast<int>(numbers.size()), CellFormat::Classic(),
-                       sink);
+        store.VisitRow(resultSet, row, numbers.data(), static_cast<int>(numbers.size()),
+                       CellFormat::Classic(), sink);
     }
     FitToScreen();
     measured = true;
@@ -77,10 +77,10 @@ void TableView::FitToScreen() {
     };
     // Take from the widest columns until the table fits or nothing sensible is left to take.
     for (int excess = total() - screenWidth; excess > 0; excess = total() - screenWidth) {
-        const auto widest = std::max_element(columns.begin(), columns.end(),
-                                             [](const ShownColumn& a, const ShownColumn& b) {
-                                                 return (a.right ? 0 : a.width) < (b.right ? 0 : b.width);
-                                             });
+        const auto widest =
+            std::max_element(columns.begin(), columns.end(), [](const ShownColumn& a, const ShownColumn& b) {
+                return (a.right ? 0 : a.width) < (b.right ? 0 : b.width);
+            });
         if (widest == columns.end() || widest->right)
             return;
         int second = NarrowestCut;

@@ -20,8 +20,8 @@ class TableView {
     // Rows that decide how wide the columns become.
     static constexpr int SampleRows = 1000;
 
-    // Prints the headings (once; the widths come from the rows that are there, at most SampleRows) and the rows
-    // from the last one printed up to, not including, `end`.
+    // Prints the headings (once; the widths come from the rows that are there, at most SampleRows) and the
+    // rows from the last one printed up to, not including, `end`.
     void Print(std::ostream& out, int end);
     int PrintedRows() const { return printed; }
 

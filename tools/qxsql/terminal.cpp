@@ -24,7 +24,8 @@ Character NextCharacter(std::string_view text) {
     const unsigned char lead = byte(0);
     if (lead < 0x80)
         return {1, lead};
-    const std::size_t length = lead >= 0xF0 && lead < 0xF5 ? 4 : lead >= 0xE0 && lead < 0xF0 ? 3
+    const std::size_t length = lead >= 0xF0 && lead < 0xF5   ? 4
+                               : lead >= 0xE0 && lead < 0xF0 ? 3
                                : lead >= 0xC2 && lead < 0xE0 ? 2
                                                              : 0;
     if (length == 0 || length > text.size())
@@ -69,7 +70,9 @@ std::string_view Shown(const Character& character, std::string_view bytes) {
 
 }  // namespace
 
-bool IsTerminal(int fileDescriptor) { return isatty(fileDescriptor) == 1; }
+bool IsTerminal(int fileDescriptor) {
+    return isatty(fileDescriptor) == 1;
+}
 
 int ScreenWidth() {
     winsize size{};

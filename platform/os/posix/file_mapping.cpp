@@ -186,6 +186,7 @@ bool FileMapping::Open(TempFile& target, __int64 wantedSize) {
     reserved = range;
     reservedSize = length + 2 * ViewGranularity;
     base = static_cast<unsigned char*>(mapped);
+    isParked.assign(length / ViewGranularity + 1, false);
     return true;
 }
 
@@ -206,6 +207,33 @@ void FileMapping::Close() {
     base = nullptr;
     reserved = nullptr;
     reservedSize = 0;
+    parked.clear();
+    isParked.clear();
+    parkedCount = 0;
+}
+
+void FileMapping::Park(std::size_t granule) {
+    if (!isParked[granule]) {
+        isParked[granule] = true;
+        ++parkedCount;
+    }
+    parked.push_back(granule);
+    // An entry of a view that was mapped again stays in the queue; so the queue has a limit of its own.
+    while (parkedCount > ParkedViews || parked.size() > 4 * ParkedViews) {
+        const std::size_t oldest = parked.front();
+        parked.pop_front();
+        if (isParked[oldest]) {
+            ::madvise(base + oldest * ViewGranularity, ViewGranularity, MADV_DONTNEED);
+            Unpark(oldest);
+        }
+    }
+}
+
+void FileMapping::Unpark(std::size_t granule) {
+    if (isParked[granule]) {
+        isParked[granule] = false;
+        --parkedCount;
+    }
 }
 
 void* FileMapping::MapView(__int64 offset, std::size_t length, bool fresh) {
@@ -221,6 +249,12 @@ void* FileMapping::MapView(__int64 offset, std::size_t length, bool fresh) {
     void* view;
     if (base != nullptr) {
         view = base + offset;
+        if (parkedCount > 0) {
+            const auto last = static_cast<std::size_t>(offset) + length - 1;
+            for (auto granule = static_cast<std::size_t>(offset / step); granule <= last / ViewGranularity;
+                 ++granule)
+                Unpark(granule);
+        }
     } else {
         view = ::mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, file->descriptor,
                       static_cast<off_t>(offset));
@@ -240,6 +274,8 @@ void FileMapping::UnmapView(void* view, std::size_t length) {
     }
     if (base == nullptr) {
         ::munmap(view, length);
+    } else if (length == ViewGranularity) {
+        Park(static_cast<std::size_t>(static_cast<unsigned char*>(view) - base) / ViewGranularity);
     } else {
         ::madvise(view, length, MADV_DONTNEED);
     }
