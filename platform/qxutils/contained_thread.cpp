@@ -1,5 +1,6 @@
 #include "platform/qxutils/contained_thread.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <memory>
 #include <mutex>
@@ -9,6 +10,46 @@
 #include "platform/os/debug_output.h"
 
 namespace qxutils {
+
+namespace {
+
+// Threads that nobody holds any more and that have not ended yet. Never destroyed itself: a thread that hangs
+// in a driver may come back when everything else is gone.
+struct LeavingThreads {
+    std::mutex mutex;
+    std::condition_variable gone;
+    int count = 0;  // guarded by mutex
+
+    void Begin() {
+        const std::lock_guard<std::mutex> guard(mutex);
+        ++count;
+    }
+    void End() {
+        const std::lock_guard<std::mutex> guard(mutex);
+        --count;
+        gone.notify_all();
+    }
+};
+
+// At the end of the process, waits for threads that are about to end, before the static objects that they use
+// go. Made with the first thread, and so behind the allocator of the handles that a thread is made with.
+class ExitWait {
+  public:
+    ExitWait() : leaving(*new LeavingThreads()) {}
+    ~ExitWait() {
+        // A thread that does not come back in this time is stuck in a driver; the process ends under it.
+        std::unique_lock<std::mutex> guard(leaving.mutex);
+        leaving.gone.wait_for(guard, std::chrono::seconds(2), [this] { return leaving.count == 0; });
+    }
+    LeavingThreads& leaving;
+};
+
+LeavingThreads& Leaving() {
+    static const ExitWait wait;
+    return wait.leaving;
+}
+
+}  // namespace
 
 // Deleted, together with the thread's object, by whoever comes last: the thread at its end, or the releaser
 // of the last reference after it has told the object.
@@ -20,6 +61,7 @@ class ThreadAttributes {
         if (!attributes->thread) {
             return nullptr;
         }
+        Leaving();
         try {
             std::thread(&ThreadAttributes::ThreadMain, attributes.get()).detach();
         } catch (const std::system_error&) {
@@ -52,6 +94,9 @@ class ThreadAttributes {
             released = true;
             wake.notify_all();
             last = ended;
+            if (!last) {
+                Leaving().Begin();
+            }
         }
         if (last) {
             delete this;
@@ -100,6 +145,7 @@ class ThreadAttributes {
         }
         if (last) {
             delete this;
+            Leaving().End();
         }
     }
 

@@ -12,7 +12,8 @@ class ThreadAttributes;
 
 // Base of a thread body that nobody has to wait for. Made by CreateThreadIntl, reached by ThreadPtr, deleted
 // by the system after Run has returned and the last ThreadPtr is gone, whichever comes later; a thread that
-// was never let into Run is deleted with its last ThreadPtr. A caller never deletes one.
+// was never let into Run is deleted with its last ThreadPtr. A caller never deletes one. The end of the
+// process waits up to 2 s for threads that nobody holds any more and that are still ending.
 class QXSENG2_API ContainedThread {
   public:
     explicit ContainedThread(ThreadAttributes* attributes);

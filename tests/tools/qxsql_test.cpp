@@ -271,6 +271,15 @@ TEST_F(QxsqlTool, UnicodeAndExactValues) {
         result.out);
 }
 
+// The engine thread may still be on its way out when the program ends; it must not meet what is gone.
+TEST_F(QxsqlTool, EndsInOrderRightAfterARun) {
+    for (int i = 0; i < 40; ++i) {
+        const ToolResult result = Qxsql({"sqlite::memory:", "--quiet", "SELECT 1 AS a", "-o", "/dev/null"});
+        ASSERT_EQ(0, result.exitCode);
+        ASSERT_EQ("", result.err);
+    }
+}
+
 TEST_F(QxsqlTool, LeavesNoTemporaryFiles) {
     const std::string sql =
         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 300000) "
