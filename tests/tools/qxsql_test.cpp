@@ -188,7 +188,10 @@ TEST_F(QxsqlTool, TabsInValues) {
 TEST_F(QxsqlTool, LimitsHoldWithoutAndWithOptions) {
     const std::string sql =
         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 100) SELECT i FROM n";
-    EXPECT_EQ("i\r\n1\r\n2\r\n", Qxsql({"sqlite::memory:", sql, "--max-rows", "2"}).out);
+    const ToolResult limited = Qxsql({"sqlite::memory:", sql, "--max-rows", "2"});
+    EXPECT_EQ("i\r\n1\r\n2\r\n", limited.out);
+    EXPECT_EQ("Stopped at 2 rows (--max-rows)\n", limited.err);
+    EXPECT_EQ("", Qxsql({"sqlite::memory:", sql, "--max-rows", "101"}).err);
     EXPECT_EQ(
         "i\r\n1\r\n2\r\n",
         Qxsql({"sqlite::memory:", sql, "--max-rows", "2", "--max-errors", "1", "--option", "50385=off"}).out);

@@ -79,6 +79,9 @@ void Presenter::ResultEnds(int resultSet) {
     fetchSeconds = std::chrono::duration<double>(Clock::now() - start).count();
     if (!openWanted)
         return;
+    // A limit is never silent: without this line a cut result would look like a whole one.
+    if (line.maxRows > 0 && count >= line.maxRows && !line.quiet)
+        std::cerr << "Stopped at " << GroupedNumber(count) << " rows (--max-rows)\n";
     SortResult(*store, resultSet, line.sort);
     if (table) {
         PrintTable(count);
