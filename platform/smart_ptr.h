@@ -9,11 +9,18 @@
 #error "define LOKI_OBJECT_LEVEL_THREADING for the library and all its users alike"
 #endif
 
-// Threads.h first: where the installed header does not compile, the build puts a corrected copy of this one
-// file on the include path, and the include guard keeps the original out.
+// Threads.h first: the build puts a corrected copy of this one file on the include path (cmake/Loki.cmake), and
+// the include guard keeps the original out. Default visibility: handles are made in one module and dropped in
+// another, so all modules must share the one allocator of the counters.
+#if defined(__GNUC__)
+#pragma GCC visibility push(default)
+#endif
 #include <loki/Threads.h>
 
 #include <loki/SmartPtr.h>
+#if defined(__GNUC__)
+#pragma GCC visibility pop
+#endif
 
 namespace qxdbsqlengine {
 
