@@ -7,7 +7,6 @@ packages=(
     g++ make cmake ninja-build ccache
     libloki-dev libboost-dev libsqlite3-dev libcli11-dev
     libgtest-dev libgmock-dev libbenchmark-dev
-    sqlite3 python3
 )
 
 missing=()
