@@ -283,6 +283,28 @@ TEST_F(QxsqlTool, EndsInOrderRightAfterARun) {
     }
 }
 
+TEST_F(QxsqlTool, InterruptEndsInOrderAndKeepsWhatHasArrived) {
+    const std::string sql =
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) "
+        "SELECT i, 'some text to fill pages ' || i FROM n";
+    const ToolResult result =
+        RunTool({"/usr/bin/timeout", "--preserve-status", "-s", "INT", "1", QXSQL_PATH, "--quiet",
+                 "sqlite::memory:", sql, "-o", directory.File("out.csv"), "--columns", "0"},
+                "", {{"TMPDIR", directory.Path()}});
+    EXPECT_EQ(130, result.exitCode) << result.err;
+    EXPECT_EQ("", result.err);
+    const std::string out = ReadFile(directory.File("out.csv"));
+    EXPECT_EQ("i\r\n1\r\n2\r\n3\r\n", out.substr(0, 12));
+    std::filesystem::remove(directory.File("out.csv"));
+
+    const ToolResult text = RunTool({"/usr/bin/timeout", "--preserve-status", "-s", "INT", "1", QXSQL_PATH,
+                                     "--quiet", "sqlite::memory:", sql, "--columns", "0"},
+                                    "", {{"TMPDIR", directory.Path()}});
+    EXPECT_EQ(130, text.exitCode) << text.err;
+    EXPECT_EQ("i\r\n1\r\n2\r\n3\r\n", text.out.substr(0, 12));
+    EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));
+}
+
 TEST_F(QxsqlTool, LeavesNoTemporaryFiles) {
     const std::string sql =
         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 300000) "

@@ -21,7 +21,7 @@ const char Footer[] =
     "Row counts, server messages, errors, progress and timing go to standard error.\n"
     "\n"
     "Exit codes: 0 done, 1 the server reported an error, 2 usage, 3 no connection,\n"
-    "            4 a file could not be read or written.\n"
+    "            4 a file could not be read or written, 130 ended by Ctrl-C (what had arrived is shown).\n"
     "\n"
     "Examples:\n"
     "  qxsql sqlite:shop.db \"SELECT * FROM customer\"\n"

@@ -9,7 +9,14 @@
 namespace qxsql {
 
 // Exit codes that scripts can trust.
-enum ExitCode : int { ExitDone = 0, ExitServerError = 1, ExitUsage = 2, ExitNoConnection = 3, ExitFile = 4 };
+enum ExitCode : int {
+    ExitDone = 0,
+    ExitServerError = 1,
+    ExitUsage = 2,
+    ExitNoConnection = 3,
+    ExitFile = 4,
+    ExitInterrupted = 130
+};
 
 struct SortTerm {
     std::string column;  // a label, or a number from 0

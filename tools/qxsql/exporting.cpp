@@ -1,11 +1,10 @@
 #include "tools/qxsql/exporting.h"
 
-#include <atomic>
 #include <filesystem>
 #include <iostream>
 
 #include "platform/qxsplt/error_record.h"
-#include "storage/row_iterator.h"
+#include "tools/qxsql/interrupt.h"
 
 namespace qxsql {
 
@@ -72,10 +71,9 @@ ResultFileType FileTypeFor(const CommandLine& line, const std::string& fileName)
 }
 
 bool ExportToFile(const CommandLine& line, const StorePtr& store, const std::deque<int>& resultSets) {
-    std::atomic<bool> cancel{false};
     FileProgress progress("Exporting", !line.quiet);
     // An empty list means all result sets to the writer; without results the file is empty all the same.
-    Persistence writer(FileTypeFor(line, line.outputFile), cancel, &progress,
+    Persistence writer(FileTypeFor(line, line.outputFile), Interrupted(), &progress,
                        resultSets.empty() ? StorePtr(new qxdbsqlengine::DataStorage(
                                                 qxdbsqlengine::DataStorage::CreateResultsStorage(false)))
                                           : store);
@@ -89,9 +87,8 @@ bool ExportToFile(const CommandLine& line, const StorePtr& store, const std::deq
 }
 
 bool WriteToStream(const CommandLine& line, const StorePtr& store, int resultSet, std::ostream& out) {
-    std::atomic<bool> cancel{false};
     FileProgress progress("Writing", !line.quiet);
-    Persistence writer(FileTypeFor(line, ""), cancel, &progress, store);
+    Persistence writer(FileTypeFor(line, ""), Interrupted(), &progress, store);
     Configure(line, writer);
     writer.SetOutputStream(&out);
     const bool written = writer.WriteResultSet(resultSet, true) && out.flush().good();
@@ -101,9 +98,8 @@ bool WriteToStream(const CommandLine& line, const StorePtr& store, int resultSet
 }
 
 bool LoadFile(const CommandLine& line, const StorePtr& store) {
-    std::atomic<bool> cancel{false};
     FileProgress progress("Reading", !line.quiet);
-    Persistence reader(FileTypeFor(line, line.readFile), cancel, &progress, store);
+    Persistence reader(FileTypeFor(line, line.readFile), Interrupted(), &progress, store);
     Configure(line, reader);
     reader.SetFileName(line.readFile.c_str());
     if (reader.ReadAllResultSets())

@@ -11,6 +11,7 @@
 #include "platform/os/variant.h"
 #include "request/sql_request.h"
 #include "tools/qxsql/connection_text.h"
+#include "tools/qxsql/interrupt.h"
 #include "tools/qxsql/presenter.h"
 #include "tools/qxsql/run_watcher.h"
 #include "tools/qxsql/sorting.h"
@@ -77,11 +78,18 @@ void Present(const RunEvent& event, Presenter& presenter) {
     }
 }
 
-// Presents events up to the end of the run. When presenting fails, such as by a sort column that the result
-// does not have, the run is cancelled and waited for before the failure goes on.
-void Follow(CSingleRequestDirector& director, RunWatcher& watcher, Presenter& presenter) {
+// Presents events up to the end of the run. Ctrl-C cancels the run, and what has arrived is presented; the
+// result is false then. When presenting fails, such as by a sort column that the result does not have, the
+// run is cancelled and waited for before the failure goes on.
+bool Follow(CSingleRequestDirector& director, RunWatcher& watcher, Presenter& presenter) {
     std::exception_ptr failure;
+    bool cancelled = false;
     for (;;) {
+        // Taken back, for what has arrived is still to be written; a second Ctrl-C ends the process.
+        if (Interrupted().exchange(false)) {
+            cancelled = true;
+            director.Cancel();
+        }
         const std::optional<RunEvent> event = watcher.Next(std::chrono::milliseconds(5));
         if (event && event->kind == RunEvent::RequestEnd)
             break;
@@ -99,6 +107,7 @@ void Follow(CSingleRequestDirector& director, RunWatcher& watcher, Presenter& pr
     }
     if (failure)
         std::rethrow_exception(failure);
+    return !cancelled;
 }
 
 }  // namespace
@@ -125,10 +134,11 @@ int RunSql(const CommandLine& line, const std::string& sql) {
         director.RegisterCallback(static_cast<qxdbsqlengine::RequestCallback&>(watcher));
         director.RegisterCallback(static_cast<qxdbsqlengine::ResultSetCallback&>(watcher));
         Presenter presenter(line, director.GetDataStorage());
+        ArmInterrupt();
         director.Execute(sql, SQLRequest::RequestSQL, false, false);
-        Follow(director, watcher, presenter);
+        const bool complete = Follow(director, watcher, presenter);
         presenter.Finish();
-        return presenter.ExitCode();
+        return complete && !Interrupted() ? presenter.ExitCode() : ExitInterrupted;
     } catch (const std::invalid_argument& error) {
         std::cerr << error.what() << '\n';
         return ExitUsage;
@@ -136,6 +146,7 @@ int RunSql(const CommandLine& line, const std::string& sql) {
 }
 
 int RunRead(const CommandLine& line) {
+    ArmInterrupt();
     StorePtr store(new qxdbsqlengine::DataStorage(qxdbsqlengine::DataStorage::CreateResultsStorage(false)));
     if (!LoadFile(line, store))
         return ExitFile;
@@ -146,7 +157,7 @@ int RunRead(const CommandLine& line) {
             presenter.ResultEnds(resultSet);
         }
         presenter.Finish();
-        return presenter.ExitCode();
+        return Interrupted() ? ExitInterrupted : presenter.ExitCode();
     } catch (const std::invalid_argument& error) {
         std::cerr << error.what() << '\n';
         return ExitUsage;

@@ -1,0 +1,16 @@
+// Ctrl-C.
+#pragma once
+
+#include <atomic>
+
+namespace qxsql {
+
+// True once the user has pressed Ctrl-C, or a SIGTERM has come, since the last call of ArmInterrupt. Any
+// thread.
+std::atomic<bool>& Interrupted();
+
+// From now on the first Ctrl-C only sets the flag, so that work can end in order and leave no temporary
+// files; the next one ends the process at once.
+void ArmInterrupt();
+
+}  // namespace qxsql
