@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "platform/qxdb/hex_digit.h"
 #include "platform/qxutils/qx_exception.h"
 
 namespace qxdb {
@@ -15,16 +16,6 @@ constexpr std::size_t kMostDigits =
     constexpr std::size_t shown = 100;
     const std::string part = text.size() > shown ? text.substr(0, shown) + "..." : text;
     throw qxutils::QXException("\"" + part + "\" is not a number of radix " + std::to_string(radix));
-}
-
-int HexDigit(char c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
 }
 
 // The bytes of a hexadecimal text, an odd first digit in a byte of its own. False for any other character.

@@ -1,4 +1,5 @@
 #include "platform/qxdb/buffer.h"
+#include "platform/qxdb/hex_digit.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,16 +12,6 @@ namespace qxdb {
 namespace {
 
 constexpr char kHexDigits[] = "0123456789ABCDEF";
-
-int HexDigit(int c) {
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c <= 'f')
-        return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F')
-        return c - 'A' + 10;
-    return -1;
-}
 
 bool IsBlank(int c) {
     return c == ' ' || (c >= '\t' && c <= '\r');

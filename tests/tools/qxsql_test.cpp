@@ -305,6 +305,19 @@ TEST_F(QxsqlTool, InterruptEndsInOrderAndKeepsWhatHasArrived) {
     EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));
 }
 
+TEST_F(QxsqlTool, AReaderThatGoesAwayLeavesNoTemporaryFiles) {
+    const std::string sql =
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 300000) "
+        "SELECT i, 'some text to fill pages ' || i AS t FROM n";
+    const ToolResult result = RunTool({"/bin/sh", "-c",
+                                       std::string("{ ") + QXSQL_PATH + " sqlite::memory: \"" + sql +
+                                           "\"; echo exit $? >&2; } | head -n 2"},
+                                      "", {{"TMPDIR", directory.Path()}});
+    EXPECT_EQ("i\tt\r\n1\tsome text to fill pages 1\r\n", result.out);
+    EXPECT_EQ("exit 4\n", result.err);
+    EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));
+}
+
 TEST_F(QxsqlTool, LeavesNoTemporaryFiles) {
     const std::string sql =
         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 300000) "

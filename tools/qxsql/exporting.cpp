@@ -1,5 +1,6 @@
 #include "tools/qxsql/exporting.h"
 
+#include <cerrno>
 #include <filesystem>
 #include <iostream>
 
@@ -26,8 +27,10 @@ class FileProgress : public qxdbsqlengine::IQXPersistenceProgressCallback {
     void OnTotalRows(int) override {}
     void OnRecord(const ErrorRecord& record) override {
         percent.Wipe();
-        std::cerr << record.GetErrorDescription() << '\n';
         reported = true;
+        // Who reads through a pipe and has seen enough needs no message.
+        if (record.GetErrorCode() != EPIPE)
+            std::cerr << record.GetErrorDescription() << '\n';
     }
     void OnRowsDone(int) override {}
 

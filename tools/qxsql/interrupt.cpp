@@ -26,6 +26,9 @@ void ArmInterrupt() {
     action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGHUP, &action, nullptr);
+    // A reader that goes away, such as head, is a write that fails, and no end without order.
+    std::signal(SIGPIPE, SIG_IGN);
 }
 
 }  // namespace qxsql

@@ -10,7 +10,7 @@ namespace qxsql {
 std::atomic<bool>& Interrupted();
 
 // From now on the first Ctrl-C only sets the flag, so that work can end in order and leave no temporary
-// files; the next one ends the process at once.
+// files; the next one ends the process at once. A closed pipe makes writing fail.
 void ArmInterrupt();
 
 }  // namespace qxsql
