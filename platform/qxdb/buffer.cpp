@@ -1,11 +1,12 @@
 #include "platform/qxdb/buffer.h"
-#include "platform/qxdb/hex_digit.h"
 
 #include <algorithm>
 #include <cstring>
 #include <istream>
 #include <ostream>
 #include <utility>
+
+#include "platform/qxdb/hex_digit.h"
 
 namespace qxdb {
 
