@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <string>
 #include <vector>
@@ -109,9 +110,17 @@ class QXSENG2_API FileMapping {
         nullptr;               // of the whole range, at a multiple of ViewGranularity; null: single views
     void* reserved = nullptr;  // what `base` was cut from
     std::size_t reservedSize = 0;
-    std::deque<std::size_t> parked;  // granules in the order of unmapping; some may be in use again
-    std::vector<bool> isParked;      // by granule: unmapped, and still resident
-    std::size_t parkedCount = 0;     // of isParked
+    // A view that was unmapped and is still resident.
+    struct ParkedView {
+        std::size_t granule;
+        std::uint64_t stamp;  // of its unmapping
+    };
+    bool IsParked(const ParkedView& entry) const { return parkStamps[entry.granule] == entry.stamp; }
+
+    std::deque<ParkedView> parked;          // in the order of unmapping; some are in use again since
+    std::vector<std::uint64_t> parkStamps;  // by granule: its last unmapping, 0 when it is not parked
+    std::uint64_t lastStamp = 0;
+    std::size_t parkedCount = 0;  // granules with a stamp
 };
 
 }  // namespace qxos

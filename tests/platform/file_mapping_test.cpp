@@ -276,6 +276,33 @@ TEST(FileMappingTest, UnmappedViewsLeaveTheProcess) {
     EXPECT_LT(ResidentKilobytes() - before, parked + 4096);
 }
 
+// More views in turn than are in use at a time, but fewer than stay parked: none of them is given back, so
+// all their memory is still there. This is how the open ends of many columns are written.
+TEST(FileMappingTest, ViewsInTurnStayParked) {
+    constexpr int pages = 1024;
+    constexpr int inTurn = 200;
+    TempFile file;
+    ASSERT_TRUE(file.Create("QXHV_"));
+    FileMapping mapping;
+    ASSERT_TRUE(mapping.Open(file, static_cast<__int64>(pages) * static_cast<__int64>(page)));
+    const auto offset = [](int number) { return static_cast<__int64>(number) * static_cast<__int64>(page); };
+    for (int number = 0; number < inTurn; ++number) {
+        void* const view = mapping.MapView(offset(number), page, true);
+        std::memset(view, number, page);
+        mapping.UnmapView(view, page);
+    }
+    const long filled = ResidentKilobytes();
+    for (int turn = 0; turn < 50; ++turn) {
+        for (int number = 0; number < inTurn; ++number) {
+            void* const view = mapping.MapView(offset(number), page, false);
+            ASSERT_NE(nullptr, view);
+            mapping.UnmapView(view, page);  // untouched: what was given back would not come back
+        }
+    }
+    const long viewKilobytes = static_cast<long>(page / 1024);
+    EXPECT_GT(ResidentKilobytes(), filled - 20 * viewKilobytes);
+}
+
 // Views come and go at random, a few of them in use at a time, as a reader of a large result makes them.
 TEST(FileMappingTest, ViewsMappedAgainAtRandomKeepTheirBytes) {
     constexpr int pages = 1024;

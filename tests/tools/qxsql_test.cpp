@@ -288,8 +288,8 @@ TEST_F(QxsqlTool, InterruptEndsInOrderAndKeepsWhatHasArrived) {
         "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n) "
         "SELECT i, 'some text to fill pages ' || i FROM n";
     const ToolResult result =
-        RunTool({"/usr/bin/timeout", "--preserve-status", "-s", "INT", "1", QXSQL_PATH, "--quiet",
-                 "sqlite::memory:", sql, "-o", directory.File("out.csv"), "--columns", "0"},
+        RunTool({"/usr/bin/timeout", "--foreground", "--preserve-status", "-s", "INT", "1", QXSQL_PATH,
+                 "--quiet", "sqlite::memory:", sql, "-o", directory.File("out.csv"), "--columns", "0"},
                 "", {{"TMPDIR", directory.Path()}});
     EXPECT_EQ(130, result.exitCode) << result.err;
     EXPECT_EQ("", result.err);
@@ -297,8 +297,8 @@ TEST_F(QxsqlTool, InterruptEndsInOrderAndKeepsWhatHasArrived) {
     EXPECT_EQ("i\r\n1\r\n2\r\n3\r\n", out.substr(0, 12));
     std::filesystem::remove(directory.File("out.csv"));
 
-    const ToolResult text = RunTool({"/usr/bin/timeout", "--preserve-status", "-s", "INT", "1", QXSQL_PATH,
-                                     "--quiet", "sqlite::memory:", sql, "--columns", "0"},
+    const ToolResult text = RunTool({"/usr/bin/timeout", "--foreground", "--preserve-status", "-s", "INT",
+                                     "1", QXSQL_PATH, "--quiet", "sqlite::memory:", sql, "--columns", "0"},
                                     "", {{"TMPDIR", directory.Path()}});
     EXPECT_EQ(130, text.exitCode) << text.err;
     EXPECT_EQ("i\r\n1\r\n2\r\n3\r\n", text.out.substr(0, 12));

@@ -186,7 +186,7 @@ bool FileMapping::Open(TempFile& target, __int64 wantedSize) {
     reserved = range;
     reservedSize = length + 2 * ViewGranularity;
     base = static_cast<unsigned char*>(mapped);
-    isParked.assign(length / ViewGranularity + 1, false);
+    parkStamps.assign(length / ViewGranularity + 1, 0);
     return true;
 }
 
@@ -208,30 +208,34 @@ void FileMapping::Close() {
     reserved = nullptr;
     reservedSize = 0;
     parked.clear();
-    isParked.clear();
+    parkStamps.clear();
     parkedCount = 0;
 }
 
 void FileMapping::Park(std::size_t granule) {
-    if (!isParked[granule]) {
-        isParked[granule] = true;
-        ++parkedCount;
-    }
-    parked.push_back(granule);
-    // An entry of a view that was mapped again stays in the queue; so the queue has a limit of its own.
-    while (parkedCount > ParkedViews || parked.size() > 4 * ParkedViews) {
-        const std::size_t oldest = parked.front();
+    Unpark(granule);
+    parkStamps[granule] = ++lastStamp;
+    ++parkedCount;
+    parked.push_back({granule, lastStamp});
+    while (parkedCount > ParkedViews) {
+        const ParkedView oldest = parked.front();
         parked.pop_front();
-        if (isParked[oldest]) {
-            ::madvise(base + oldest * ViewGranularity, ViewGranularity, MADV_DONTNEED);
-            Unpark(oldest);
+        if (IsParked(oldest)) {
+            ::madvise(base + oldest.granule * ViewGranularity, ViewGranularity, MADV_DONTNEED);
+            Unpark(oldest.granule);
         }
+    }
+    // Views that come and go leave entries behind.
+    if (parked.size() > 4 * ParkedViews) {
+        parked.erase(std::remove_if(parked.begin(), parked.end(),
+                                    [this](const ParkedView& entry) { return !IsParked(entry); }),
+                     parked.end());
     }
 }
 
 void FileMapping::Unpark(std::size_t granule) {
-    if (isParked[granule]) {
-        isParked[granule] = false;
+    if (parkStamps[granule] != 0) {
+        parkStamps[granule] = 0;
         --parkedCount;
     }
 }
