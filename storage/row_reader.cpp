@@ -67,7 +67,7 @@ bool RowReader::Visit(int row, CellSink& sink) {
 
 // Takes a block that begins with `row`; false when none could be taken.
 bool RowReader::Fill(int row) {
-    for (; blockRows >= FewestRows; blockRows /= 2) {
+    while (blockRows >= FewestRows) {
         const int rows = std::min(blockRows, storage.GetNumberOfRows(resultSet) - row);
         if (rows <= 0)
             return false;
@@ -80,6 +80,7 @@ bool RowReader::Fill(int row) {
             count = rows;
             return true;
         }
+        blockRows = rows / 2;
     }
     return false;
 }

@@ -91,16 +91,16 @@ TEST(RowReader, HiddenRowsStayHidden) {
 }
 
 TEST(RowReader, ValuesThatFillABlockMakeItShorter) {
-    // 150 rows of 256 KiB are more than twice a block's text.
+    // 400 rows of 100 KiB are more than twice a block's text; a hundred fit.
     DataStorage store = MakeStore(1, 1);
     std::vector<ColumnDefinition> columns(2);
     columns[0].dataType = DataTypeInt;
     columns[1].dataType = DataTypeString;
     store.CleanUp();
     store.AddResultSet(columns, ResultSetNormal);
-    for (int row = 0; row < 150; ++row) {
-        store.InsertInt(0, 0, row * 31 % 150);
-        store.InsertString(0, 1, std::string(256 * 1024, static_cast<char>('a' + row % 26)));
+    for (int row = 0; row < 400; ++row) {
+        store.InsertInt(0, 0, row * 31 % 400);
+        store.InsertString(0, 1, std::string(100 * 1024, static_cast<char>('a' + row % 26)));
     }
     store.Sort(0, {{0, true}}, nullptr, 0);
     ExpectSameRows(store, {0, 1});
