@@ -318,23 +318,23 @@ void RowSorter::SplitRuns(std::size_t first, std::size_t last, bool ranked, std:
 
 void RowSorter::SortDeep(const SortColumn& by, const SortKeyPosition& position) {
     SortItems(items, 0, open, ByKeyAndRow());
-    std::vector<Group> todo;
+    std::vector<Group> pending;
     for (std::size_t i = 0; i < open;) {
         std::size_t end = i + 1;
         while (end < open && items[end].high == items[i].high)
             ++end;
-        todo.push_back({i, end, RankOf(items[i]), position});
+        pending.push_back({i, end, RankOf(items[i]), position});
         i = end;
-        while (!todo.empty()) {
-            Group group = todo.back();
-            todo.pop_back();
-            SortGroup(by, group, todo);
+        while (!pending.empty()) {
+            Group group = pending.back();
+            pending.pop_back();
+            SortGroup(by, group, pending);
         }
     }
     open = 0;
 }
 
-void RowSorter::SortGroup(const SortColumn& by, Group group, std::vector<Group>& todo) {
+void RowSorter::SortGroup(const SortColumn& by, Group group, std::vector<Group>& pending) {
     if (group.last - group.first <= SmallGroup) {
         SortSmallGroup(by, group);
         return;
@@ -355,7 +355,7 @@ void RowSorter::SortGroup(const SortColumn& by, Group group, std::vector<Group>&
             Group next = {i, end, RankOf(items[i]), group.position};
             text.clear();
             by.column->AppendSortKey(static_cast<int>(items[i].Row()), next.position, PartBytes, text);
-            todo.push_back(next);
+            pending.push_back(next);
         }
         i = end;
     }

@@ -65,7 +65,7 @@ class RowSorter {
                    std::size_t lengthLeft);
     void Mark(std::size_t first, std::size_t last, std::size_t rank, State state);
     void SortDeep(const SortColumn& by, const SortKeyPosition& position);
-    void SortGroup(const SortColumn& by, Group group, std::vector<Group>& todo);
+    void SortGroup(const SortColumn& by, Group group, std::vector<Group>& pending);
     void SortSmallGroup(const SortColumn& by, const Group& group);
     bool SkipCommon(ColumnSetStorage& column, Group& group);
     void PlaceEqual();

@@ -125,7 +125,7 @@ class ResultField : public qxdb::Field {
             return sqlite3_value_double(current);
         }
         double number = 0;
-        if (kind != SQLITE_INTEGER || !ToDouble(sqlite3_value_int64(current), number)) {
+        if (kind != SQLITE_INTEGER || !AsExactDouble(sqlite3_value_int64(current), number)) {
             Misfit();
         }
         return number;

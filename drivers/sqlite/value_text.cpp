@@ -154,7 +154,7 @@ bool ToInt64(double value, __int64& whole) {
     return static_cast<double>(whole) == value;
 }
 
-bool ToDouble(__int64 value, double& number) {
+bool AsExactDouble(__int64 value, double& number) {
     number = static_cast<double>(value);
     __int64 back = 0;
     return ToInt64(number, back) && back == value;

@@ -31,6 +31,6 @@ bool ParseTime(std::string_view text, TimePart part, qxdb::Timestamp& value);
 // False unless the number is whole and in the range of 64 bits.
 bool ToInt64(double value, __int64& whole);
 // False unless a double holds exactly this number.
-bool ToDouble(__int64 value, double& number);
+bool AsExactDouble(__int64 value, double& number);
 
 }  // namespace qxdrivers::sqlite
