@@ -39,6 +39,7 @@ SQLRequest::SQLRequest(const SmartPtr<NotificationCallbacks>& notifications,
                        std::string separator)
     : DispatchCallbacks(notifications),
       data(store),
+      parameters(std::make_shared<ParameterList>()),
       connectionCallback(connections),
       schemaCallback(newSchemaCallback),
       batchSeparator(std::move(separator)),
@@ -116,7 +117,7 @@ void SQLRequest::CopyRequestAttributes(SQLRequest& other) {
     const WriteLockGuard writing(lock);
     sql = other.sql;
     fileName = other.fileName;
-    parameters = other.parameters;
+    ReplaceParameters(*other.parameters);
     outputParameters = other.outputParameters;
 }
 
@@ -251,15 +252,39 @@ void SQLRequest::SetDoPrepare(bool prepare) {
 }
 
 void SQLRequest::SetSchema(const qxdb::Schema& newSchema) {
-    auto copy = std::make_unique<qxdb::Schema>(newSchema);
+    auto copy = std::make_shared<qxdb::Schema>(newSchema);
     const WriteLockGuard guard(lock);
     schema = std::move(copy);
 }
 
 void SQLRequest::SetParameters(const ParameterList& list) {
     const WriteLockGuard guard(lock);
-    if (&list != &parameters)
-        parameters = list;
+    if (&list != parameters.get())
+        ReplaceParameters(list);
+}
+
+// Under the write lock. A new object: the run under way may have bound the storage of the old one.
+void SQLRequest::ReplaceParameters(const ParameterList& list) {
+    auto copy = std::make_shared<ParameterList>(list);
+    copy->SetForceBindByOrdinal(parameters->GetForceBindByOrdinal());
+    parameters = std::move(copy);
+}
+
+// Also forgets what is known of them.
+void SQLRequest::ClearParameters() {
+    const WriteLockGuard guard(lock);
+    parameters->Clear();
+    schema.reset();
+}
+
+std::shared_ptr<ParameterList> SQLRequest::CurrentParameters() {
+    const ReadLockGuard guard(lock, true);
+    return parameters;
+}
+
+std::shared_ptr<qxdb::Schema> SQLRequest::CurrentSchema() {
+    const ReadLockGuard guard(lock, true);
+    return schema;
 }
 
 void SQLRequest::SetDisplayRowAffected(bool display) {

@@ -138,10 +138,12 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     virtual int GetUseSpecificLobLocatorImpl();
     virtual const RequestStatementProperties& GetStatementProperties();
     virtual void SetStatementProperties(const RequestStatementProperties& properties);
-    // Statements are prepared and their parameters bound. In this build such a run reports a QXException.
+    // Statements are prepared and their parameters bound; without it parameters are not looked at.
     virtual void SetDoPrepare(bool prepare);
-    // Copies; the description of the parameters of a prepared statement.
+    // Copies; the description of the parameters of a prepared statement. Without one the server is asked.
     virtual void SetSchema(const qxdb::Schema& newSchema);
+    // Copies the values and the bind method, not the forced binding by ordinal. A list set while a statement
+    // runs serves the next one.
     virtual void SetParameters(const ParameterList& list);
     virtual void SetDisplayRowAffected(bool display);
     // Empties the store and forgets the handlers of columns, fields and rows; the row notification handlers
@@ -184,12 +186,17 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
 
   protected:
     virtual bool MaxErrorsOccurred();
+    // A text (no procedure) of which a parameter is an output.
     virtual bool IsStatementWithOutputParameter();
-    // Binding and output values. These throw QXException "<name> is not available in this build".
+    // Prepare `running` and bind the parameters to it. `fields` is left null where there is nothing to read
+    // output values from. Throw QXException for a parameter that the statement does not know, and what the
+    // conversion of a value throws.
     virtual void PrepareForExecution(qxdb::Statement& running, std::unique_ptr<qxdb::Fields>& fields);
     virtual void PrepareSQL(qxdb::Statement& running, std::unique_ptr<qxdb::Fields>& fields);
     virtual void PrepareProcedure(qxdb::Statement& running, std::unique_ptr<qxdb::Fields>& fields);
+    // Binds the storage inside the parameters, which stays until the statement has run.
     virtual void BindStatementWithOutputPatameter(qxdb::BindValue& binding);
+    // By ordinal a value is read as the type of its field, by name as the type of its parameter.
     virtual void BindParametersByOrdinal(std::unique_ptr<qxdb::Fields>& fields);
     virtual void BindParametersByName(std::unique_ptr<qxdb::Fields>& fields);
 
@@ -199,9 +206,14 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     virtual bool ExecuteBatchItem(qxdb::Connection& connection);
     virtual bool HandleComputeResultSet(qxdb::Cursor& cursor);
     virtual bool HandleObjectErrorsCursor(qxdb::Cursor& cursor);
+    // Reads the output values of a prepared statement that has given up its results. `outputs` describes the
+    // fields. False when that failed, which is then reported.
     virtual bool HandleOutputParameters(std::unique_ptr<qxdb::Fields>& fields, qxdb::Schema& outputs);
+    // A result set of one row with the output values.
     virtual void CreateParameterResultset();
+    // A result set for each cursor among the output values.
     virtual bool HandleCursorOutputParameters(std::unique_ptr<qxdb::Fields>& fields);
+    // The first field (from 0) that can be an output; what stands before it is the server's return value.
     virtual unsigned int GetStartOutputParamIndex();
     virtual void ProcessResults(qxdb::Cursor& cursor, qxdb::Fields& fields, qxdb::Schema& columns);
     // `count` negative: not known, nothing is shown.
@@ -214,6 +226,7 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
 
   protected:
     virtual void HandleEmptyResultSet();
+    // The positions of names, for GetParameterIndexByName; of a repeated name the first.
     virtual void BuildNameMap(std::unique_ptr<qxdb::Fields>& fields);
     virtual void BuildNameMap(const qxdb::Schema& parameterSchema);
 
@@ -251,6 +264,29 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
 
     // The handler of a run; a derived request may supply its own.
     virtual std::unique_ptr<DBMSHandler> CreateHandler(qxdb::DBTYPE type);
+
+    // Positions count from 0 everywhere. All of these belong to the engine thread.
+    //
+    // In the map that was built last; -1 for a name that it lacks. QXException before a schema is known.
+    int GetParameterIndexByName(const std::string& name);
+    // Gives the parameters of a call out of a script, which know only their texts, the names, directions and
+    // timestamp formats of the schema.
+    void SyncParametersWithSchema(const qxdb::Schema& parameterSchema);
+    // Gives an output value the timestamp format of the parameter of its name.
+    void LookupParameter(Parameter& output);
+    // The parameter that belongs to a field; -1 when there is none.
+    int ConvertFieldIndexToParameterIndex(qxdb::Field& field, unsigned int fieldIndex, bool inputOnly);
+    // The positions of the schema that take a value.
+    void GetInputIndex(std::vector<unsigned int>& positions);
+    // The positions of the schema that a parameter names. QXException for a name that the schema lacks.
+    void GetProvidedNamedInputIndex(std::map<unsigned int, unsigned int>& provided);
+    // The positions of the schema that are left to the server's default.
+    void BuildExcludeIndex(std::map<unsigned int, unsigned int>& exclude);
+    // No parameter is a plain output.
+    bool IncludeInputParameterOnly();
+    // Appends the arguments of a procedure call that stands in a script: "?" is an output, NULL in any case
+    // null, and anything else is the text of an input.
+    void GenerateParameterList(const std::vector<std::string>& texts);
 
   public:
     const std::string& GetFileName() const { return fileName; }
@@ -307,6 +343,10 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     void DefineComputeColumn(qxdb::Field& field, const qxdb::Column& column, ColumnDefinition& definition);
     void LimitPrecision(ColumnDefinition& definition);
     void ResetTextCaches();
+    std::shared_ptr<ParameterList> CurrentParameters();
+    std::shared_ptr<qxdb::Schema> CurrentSchema();
+    void ReplaceParameters(const ParameterList& list);
+    void ClearParameters();
 
     std::string sql;
     std::string database;
@@ -335,10 +375,13 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     std::vector<ColumnDefinition> columnDefinition;
     qxutils::CriticalSection statementLock;
     std::unique_ptr<DBMSHandler> handler;
-    std::unique_ptr<qxdb::Schema> schema;  // of the parameters
-    ParameterList parameters;              // what the caller bound
-    ParameterList outputParameters;        // what came back
-    std::map<std::string, int> nameMap;    // parameter name to field position
+    // Schema and parameters are shared with the engine thread while it uses them: a set during a run puts
+    // others in their place and leaves these alone.
+    std::shared_ptr<qxdb::Schema> schema;            // of the parameters; null: not known yet
+    std::shared_ptr<ParameterList> parameters;       // what the caller bound; never null
+    std::shared_ptr<ParameterList> boundParameters;  // whose storage a running statement has bound
+    ParameterList outputParameters;                  // what came back
+    std::map<std::string, int> nameMap;              // parameter name to position in the schema or the fields
     qxdb::DBTYPE dbType = qxdb::DBTYPE_UNSET;
     SmartPtr<ConnectionRequestCallback> connectionCallback;
     SchemaCallback* schemaCallback;  // not owned, may be null

@@ -186,11 +186,8 @@ void SQLRequest::RunBatchItem(qxdb::Connection& connection) {
     ExecuteStatement(connection);
     NotifyBatchItemEnd();
     handler->PostExecuteBatch(connection);
-    if (requestType == RequestScript) {
-        const WriteLockGuard guard(lock);
-        parameters.Clear();
-        schema.reset();
-    }
+    if (requestType == RequestScript)
+        ClearParameters();
 }
 
 bool SQLRequest::ExecuteStatement(qxdb::Connection& connection) {
