@@ -5,8 +5,10 @@ else()
 endif()
 list(APPEND PLATFORM_SOURCES
   os/com_error.cpp
+  os/component.cpp
   os/debug_output.cpp
   os/variant.cpp
   ${os_folder}/code_page.cpp
+  ${os_folder}/component.cpp
   ${os_folder}/file_mapping.cpp
   ${os_folder}/user_locale.cpp)
