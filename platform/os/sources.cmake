@@ -11,4 +11,5 @@ list(APPEND PLATFORM_SOURCES
   ${os_folder}/code_page.cpp
   ${os_folder}/component.cpp
   ${os_folder}/file_mapping.cpp
-  ${os_folder}/user_locale.cpp)
+  ${os_folder}/user_locale.cpp
+  ${os_folder}/window.cpp)
