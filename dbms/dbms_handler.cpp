@@ -4,6 +4,7 @@
 #include <sstream>
 #include <utility>
 
+#include "dbms/mysql_handler.h"
 #include "dbms/string_table.h"
 #include "engine/cancellation.h"
 #include "platform/qxutils/qx_exception.h"
@@ -28,8 +29,6 @@ const char* MissingHandler(qxdb::DBTYPE type) {
             return "Oracle";
         case qxdb::DBTYPE_DB2OS390:
             return "DB2 for OS/390";
-        case qxdb::DBTYPE_MYSQL:
-            return "MySQL";
         default:
             return nullptr;
     }
@@ -60,7 +59,12 @@ std::unique_ptr<DBMSHandler> DBMSHandler::Create(SQLRequest& request, qxdb::DBTY
     if (const char* const server = MissingHandler(type))
         throw qxutils::QXException("The handler for " + std::string(server) +
                                    " is not available in this build");
-    return std::unique_ptr<DBMSHandler>(new DBMSHandler(request, type));
+    switch (type) {
+        case qxdb::DBTYPE_MYSQL:
+            return std::make_unique<MySQLHandler>(request);
+        default:
+            return std::unique_ptr<DBMSHandler>(new DBMSHandler(request, type));
+    }
 }
 
 DBMSHandler::DBMSHandler(SQLRequest& owner, qxdb::DBTYPE type) : request(owner), dbType(type) {
@@ -177,6 +181,7 @@ void DBMSHandler::SaveNotifyMessage(const std::string& text) {
 }
 
 void DBMSHandler::ExecuteCommand(qxdb::Connection& connection, const std::string& text, ResultSetType type) {
+    CheckCancelled();
     qxdb::Statement statement = connection.CreateStatement(qxdb::CursorDefault, 1);
     statement.SetStatement(text);
     if (!statement.Execute())
@@ -197,6 +202,7 @@ std::string DBMSHandler::GetQueryText(const std::string& first, const std::strin
 // Runs `text` and gives the fields of every row of every result set to `read`.
 template <class Read>
 void DBMSHandler::ForEachRow(qxdb::Connection& connection, const std::string& text, Read read) {
+    CheckCancelled();
     qxdb::Statement statement = connection.CreateStatement(qxdb::CursorDefault, 1);
     statement.SetStatement(text);
     statement.Execute();

@@ -53,7 +53,7 @@ class QXSENG2_API DBMSHandler : public qxdb::ErrorRecordCallback {
 
     // The handler of a server type; any type without one of its own gets a plain DBMSHandler. Throws
     // QXException for the types whose handler this build does not have: Sybase, SQL Server, DB2 in both
-    // families, Oracle and MySQL. `request` must outlive the handler.
+    // families and Oracle. `request` must outlive the handler.
     static std::unique_ptr<DBMSHandler> Create(SQLRequest& request, qxdb::DBTYPE type);
 
     ~DBMSHandler() override;

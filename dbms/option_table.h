@@ -1,0 +1,48 @@
+// The option vocabulary of all servers: which option id means what.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "platform/export.h"
+#include "platform/qxdb/types.h"
+
+namespace qxdbsqlengine {
+
+// What a caller puts into the map: VT_BOOL, VT_I4 or VT_INT, VT_BSTR.
+enum class OptionKind { Flag, Number, Text };
+
+enum class Versions { All, From, Below };
+
+// An option that is sent as a row of the string table. Ids are disjoint by server, but for rows that depend
+// on the version: where several rows of one option hold, the last counts.
+struct OptionRow {
+    qxdb::DBTYPE server;
+    unsigned int option;
+    int row;  // of the string table
+    OptionKind kind;
+    Versions versions = Versions::All;
+    double version = 0.0;  // of the server
+
+    bool Holds(double serverVersion) const;
+};
+const OptionRow* GetOptionRows();
+std::size_t GetOptionRowCount();
+
+// Options that a handler acts upon by itself.
+constexpr unsigned int MaxErrorCountOption = 50147;
+constexpr unsigned int SpecificParserOption = 50385;
+constexpr unsigned int MySQLStartUpCommandsOption = 50424;
+constexpr unsigned int MySQLMaxRowCountOption = 50463;
+
+// One option as a user of a server sees it.
+struct OptionInfo {
+    unsigned int option;
+    OptionKind kind;
+    std::string text;  // the SQL that is sent, its value as %s or %d, or else what the option does
+};
+// The options that a run on a server of this type and version heeds, in order of their ids.
+QXSENG2_API std::vector<OptionInfo> DescribeOptions(qxdb::DBTYPE server, double version);
+
+}  // namespace qxdbsqlengine
