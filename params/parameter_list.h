@@ -41,6 +41,11 @@ class QXSENG2_API ParameterList {
     const Parameter& GetParameter(unsigned int index) const;
     Parameter& operator[](unsigned int index);
     const Parameter& operator[](unsigned int index) const;
+    // In order.
+    std::list<Parameter>::iterator begin() { return parameters.begin(); }
+    std::list<Parameter>::iterator end() { return parameters.end(); }
+    std::list<Parameter>::const_iterator begin() const { return parameters.begin(); }
+    std::list<Parameter>::const_iterator end() const { return parameters.end(); }
 
   private:
     std::list<Parameter> parameters;

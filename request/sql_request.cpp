@@ -271,6 +271,11 @@ void SQLRequest::ReplaceParameters(const ParameterList& list) {
 }
 
 // Also forgets what is known of them.
+ParameterList SQLRequest::GetParameters() {
+    const ReadLockGuard guard(lock, true);
+    return *parameters;
+}
+
 void SQLRequest::ClearParameters() {
     const WriteLockGuard guard(lock);
     parameters->Clear();

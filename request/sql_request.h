@@ -296,6 +296,9 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     qxdb::Statement* GetStatement();
     SmartPtr<DataStorage> GetData();
     ResultSetType GetResultSetType() const { return resultSetType; }
+    // A copy, with the values that a statement wrote into the storage of its output parameters. Not while
+    // such a statement runs.
+    ParameterList GetParameters();
     void SetResultSetType(ResultSetType type) { resultSetType = type; }
     // Index of the current result set in the store; between result sets, that of the next one.
     int GetResultSetId() const { return resultSetId; }
@@ -346,6 +349,16 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     std::shared_ptr<ParameterList> CurrentParameters();
     std::shared_ptr<qxdb::Schema> CurrentSchema();
     void ReplaceParameters(const ParameterList& list);
+    std::shared_ptr<qxdb::Schema> NeedSchema(qxdb::Statement& running);
+    void TellSchema(qxdb::Schema& columns);
+    bool BindsByName();
+    unsigned int CountUnnamedReturnValues(const qxdb::Schema& columns);
+    bool HasField(const Parameter& parameter, unsigned int column);
+    bool IsExcludedDefault(const Parameter& parameter);
+    [[noreturn]] static void ThrowUnknownParameter(const std::string& name);
+    void AddOutputParameter(qxdb::Field& field, const qxdb::Column* column);
+    void ShowOutputParameters();
+    ColumnDefinition DefineParameterColumn(const Parameter& parameter) const;
     void ClearParameters();
 
     std::string sql;
@@ -382,6 +395,7 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     std::shared_ptr<ParameterList> boundParameters;  // whose storage a running statement has bound
     ParameterList outputParameters;                  // what came back
     std::map<std::string, int> nameMap;              // parameter name to position in the schema or the fields
+    bool excludesDefaults = true;                    // there are no fields for inputs left to their default
     qxdb::DBTYPE dbType = qxdb::DBTYPE_UNSET;
     SmartPtr<ConnectionRequestCallback> connectionCallback;
     SchemaCallback* schemaCallback;  // not owned, may be null

@@ -5,87 +5,40 @@
 #include <utility>
 
 #include "platform/qxsplt/errors.h"
+#include "request/row_writer.h"
 #include "request/sql_request.h"
-#include "storage/row_lock.h"
 
 namespace qxdbsqlengine {
 
 namespace {
 
-// One row that is being written, column by column, under the row lock. A row that a failure leaves half made
-// is filled up, so that it and the rows behind it stay readable.
-class RowWriter {
-  public:
-    RowWriter(DataStorage& target, int resultSet, int columns)
-        : storage(target), set(resultSet), count(columns), lock(target.GetRowLock(resultSet)) {
-        lock.Lock();
+// The value of a field as a cell.
+void InsertField(DataStorage& storage, int set, int column, qxdb::Field& field) {
+    if (field.IsNull())
+        return storage.InsertNull(set, column);
+    switch (field.GetType()) {
+        case qxdb::Column::BindShort:
+            return storage.InsertShort(set, column, field.AsShort());
+        case qxdb::Column::BindInt:
+            return storage.InsertInt(set, column, field.AsInt());
+        case qxdb::Column::BindLong:
+            return storage.InsertLong(set, column, field.AsLong());
+        case qxdb::Column::BindInt64:
+            return storage.InsertInt64(set, column, field.AsBigInt());
+        case qxdb::Column::BindFloat:
+            return storage.InsertFloat(set, column, field.AsFloat());
+        case qxdb::Column::BindDouble:
+            return storage.InsertDouble(set, column, field.AsDouble());
+        case qxdb::Column::BindDecimal:
+            return storage.InsertDecimal(set, column, field.AsDecimal());
+        case qxdb::Column::BindBinary:
+            return storage.InsertBinary(set, column, field.GetBuffer());
+        case qxdb::Column::BindTimestamp:
+            return storage.InsertTimestamp(set, column, field.AsTimestamp());
+        default:
+            return storage.InsertString(set, column, field.AsString());
     }
-    ~RowWriter() {
-        if (next > 0) {
-            try {
-                while (next < count)
-                    storage.InsertEmpty(set, next++);
-            } catch (...) {
-                // Out of room: the failure that led here is the one to report.
-            }
-        }
-        lock.UnLock();
-    }
-    RowWriter(const RowWriter&) = delete;
-    RowWriter& operator=(const RowWriter&) = delete;
-
-    // Empty texts up to before `column`.
-    void SkipTo(int column) {
-        while (next < column) {
-            storage.InsertString(set, next, std::string());
-            ++next;
-        }
-    }
-
-    // Counts a cell that was inserted past this object.
-    void Advance() { ++next; }
-
-    // The field's value as the next cell.
-    void Add(qxdb::Field& field) {
-        if (field.IsNull())
-            storage.InsertNull(set, next);
-        else
-            AddValue(field);
-        ++next;
-    }
-
-  private:
-    void AddValue(qxdb::Field& field) {
-        switch (field.GetType()) {
-            case qxdb::Column::BindShort:
-                return storage.InsertShort(set, next, field.AsShort());
-            case qxdb::Column::BindInt:
-                return storage.InsertInt(set, next, field.AsInt());
-            case qxdb::Column::BindLong:
-                return storage.InsertLong(set, next, field.AsLong());
-            case qxdb::Column::BindInt64:
-                return storage.InsertInt64(set, next, field.AsBigInt());
-            case qxdb::Column::BindFloat:
-                return storage.InsertFloat(set, next, field.AsFloat());
-            case qxdb::Column::BindDouble:
-                return storage.InsertDouble(set, next, field.AsDouble());
-            case qxdb::Column::BindDecimal:
-                return storage.InsertDecimal(set, next, field.AsDecimal());
-            case qxdb::Column::BindBinary:
-                return storage.InsertBinary(set, next, field.GetBuffer());
-            case qxdb::Column::BindTimestamp:
-                return storage.InsertTimestamp(set, next, field.AsTimestamp());
-            default:
-                return storage.InsertString(set, next, field.AsString());
-        }
-    }
-
-    DataStorage& storage;
-    int set;
-    int count;
-    int next = 0;
-    RowLock lock;
-};
+}
 
 // Sums wrap around like the unsigned type of the same width.
 template <class T, class Wrapping, class Read>
@@ -229,7 +182,9 @@ bool SQLRequest::WriteComputeRows(qxdb::Cursor& cursor, qxdb::Fields& fields, co
             RowWriter row(*data, resultSetId, columnCount);
             for (const auto& entry : fieldOfColumn) {
                 row.SkipTo(entry.first);
-                row.Add(fields[entry.second]);
+                row.Put([&](DataStorage& target, int set, int column) {
+                    InsertField(target, set, column, fields[entry.second]);
+                });
             }
             row.SkipTo(columnCount);
         }
@@ -288,9 +243,10 @@ int SQLRequest::CompressOnColumns(int firstRow, DataStorage& details, bool isFin
     const int end = isFinal ? rowCount : rowCount - 1;
     const int columnCount = details.GetNumberOfColumns(detailSet);
     RowWriter row(*data, resultSetId, columnCount);
-    for (int column = 0; column < columnCount; ++column) {
-        CompressColumn(details, detailSet, *data, resultSetId, column, firstRow, end);
-        row.Advance();
+    for (int i = 0; i < columnCount; ++i) {
+        row.Put([&](DataStorage& target, int set, int column) {
+            CompressColumn(details, detailSet, target, set, column, firstRow, end);
+        });
     }
     return end;
 }

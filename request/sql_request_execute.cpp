@@ -17,11 +17,6 @@ using qxutils::QXException;
 using qxutils::ReadLockGuard;
 using qxutils::WriteLockGuard;
 
-// What belongs to prepared statements, output values and scripts.
-[[noreturn]] void RefuseOperation(const char* name) {
-    throw QXException(std::string(name) + " is not available in this build");
-}
-
 }  // namespace
 
 // Shows the running statement to Cancel for the length of a scope.
@@ -268,7 +263,10 @@ void SQLRequest::NotifyBatchItemBegin() {
     if (inResultSet && !inMessageResultSet)
         NotifyResultSetEnd();
     affectedRows = -1;
-    outputParameters.Clear();
+    {
+        const WriteLockGuard guard(lock);
+        outputParameters.Clear();
+    }
     DispatchCallbacks::NotifyBatchItemBegin(batchItemIndex, batchItemLine);
 }
 
@@ -284,58 +282,6 @@ void SQLRequest::NotifyBatchItemEnd() {
 
 void SQLRequest::NotifyCancelFailed() {
     DispatchCallbacks::NotifyCancelFailed();
-}
-
-bool SQLRequest::IsStatementWithOutputParameter() {
-    RefuseOperation("IsStatementWithOutputParameter");
-}
-
-void SQLRequest::PrepareForExecution(qxdb::Statement&, std::unique_ptr<qxdb::Fields>&) {
-    RefuseOperation("PrepareForExecution");
-}
-
-void SQLRequest::PrepareSQL(qxdb::Statement&, std::unique_ptr<qxdb::Fields>&) {
-    RefuseOperation("PrepareSQL");
-}
-
-void SQLRequest::PrepareProcedure(qxdb::Statement&, std::unique_ptr<qxdb::Fields>&) {
-    RefuseOperation("PrepareProcedure");
-}
-
-void SQLRequest::BindStatementWithOutputPatameter(qxdb::BindValue&) {
-    RefuseOperation("BindStatementWithOutputPatameter");
-}
-
-void SQLRequest::BindParametersByOrdinal(std::unique_ptr<qxdb::Fields>&) {
-    RefuseOperation("BindParametersByOrdinal");
-}
-
-void SQLRequest::BindParametersByName(std::unique_ptr<qxdb::Fields>&) {
-    RefuseOperation("BindParametersByName");
-}
-
-void SQLRequest::BuildNameMap(std::unique_ptr<qxdb::Fields>&) {
-    RefuseOperation("BuildNameMap");
-}
-
-void SQLRequest::BuildNameMap(const qxdb::Schema&) {
-    RefuseOperation("BuildNameMap");
-}
-
-bool SQLRequest::HandleOutputParameters(std::unique_ptr<qxdb::Fields>&, qxdb::Schema&) {
-    RefuseOperation("HandleOutputParameters");
-}
-
-void SQLRequest::CreateParameterResultset() {
-    RefuseOperation("CreateParameterResultset");
-}
-
-bool SQLRequest::HandleCursorOutputParameters(std::unique_ptr<qxdb::Fields>&) {
-    RefuseOperation("HandleCursorOutputParameters");
-}
-
-unsigned int SQLRequest::GetStartOutputParamIndex() {
-    RefuseOperation("GetStartOutputParamIndex");
 }
 
 }  // namespace qxdbsqlengine
