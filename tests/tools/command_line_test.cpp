@@ -85,6 +85,25 @@ TEST(CommandLine, RefusesWhatMakesNoSense) {
         {"sqlite:a.db", "SELECT 1", "--delimiter", ";", "--format", "tab"},
         {"sqlite:a.db", "SELECT 1", "--sort", "a,,b"},
         {"sqlite:a.db", "SELECT 1", "--sort", ":desc"},
+        {"sqlite:a.db", "SELECT 1", "--timeout", "0"},
+        {"sqlite:a.db", "SELECT 1", "--timeout", "-1"},
+        {"sqlite:a.db", "SELECT 1", "--timeout", "2s"},
+        {"sqlite:a.db", "SELECT 1", "--timeout", ""},
+        {"sqlite:a.db", "SELECT 1", "--timeout", "nan"},
+        {"sqlite:a.db", "SELECT 1", "--timeout", "1e10"},
+        {"sqlite:a.db", "SELECT 1", "--separator", "go"},
+        {"sqlite:a.db", "-f", "x.sql", "--separator", "go", "--param", "1"},
+        {"sqlite:a.db", "-f", "x.sql", "--dialect", "oracle"},
+        {"--split", "-f", "x.sql"},
+        {"--split", "-f", "x.sql", "--dialect", "sql92"},
+        {"--split", "-f", "x.sql", "--dialect", "oracle", "sqlite:a.db"},
+        {"--split", "-f", "x.sql", "--dialect", "oracle", "--read", "a.csv"},
+        {"--split", "-f", "x.sql", "--dialect", "oracle", "--param", "1"},
+        {"--read", "a.csv", "--param", "1"},
+        {"sqlite:a.db", "SELECT ?", "--param-type", "int"},
+        {"sqlite:a.db", "SELECT ?", "--param-type", "int", "--param-type", "long", "--param", "1"},
+        {"sqlite:a.db", "SELECT ?", "--param-type", "number", "--param", "1"},
+        {"sqlite:a.db", "SELECT ?", "--param-type", "int", "--param", "x"},
     };
     for (const auto& arguments : cases) {
         int exitCode = -1;
@@ -103,6 +122,72 @@ TEST(CommandLine, HelpIsNoFailure) {
     EXPECT_EQ(ExitDone, exitCode);
     EXPECT_NE(std::string::npos, help.find("Exit codes"));
     EXPECT_NE(std::string::npos, help.find("--sort"));
+}
+
+TEST(CommandLine, TakesTheOptionsOfScripts) {
+    int exitCode = -1;
+    const auto run =
+        Parse({"sqlite:a.db", "-f", "x.sql", "--separator", "go", "--verbose", "--progress"}, exitCode);
+    ASSERT_TRUE(run);
+    EXPECT_TRUE(run->IsScript());
+    EXPECT_EQ("go", run->separator);
+    EXPECT_TRUE(run->verbose);
+    EXPECT_TRUE(run->progress);
+    EXPECT_FALSE(run->split);
+    EXPECT_FALSE(run->timeout);
+    EXPECT_EQ(0, run->maxErrors);
+
+    const auto split = Parse({"--split", "-f", "x.sql", "--dialect", "db2zos"}, exitCode);
+    ASSERT_TRUE(split);
+    EXPECT_TRUE(split->split);
+    EXPECT_EQ(qxdb::DBTYPE_DB2OS390, split->dialect->server);
+
+    EXPECT_TRUE(Parse({"sqlite:a.db"}, exitCode)->IsScript());
+    EXPECT_FALSE(Parse({"sqlite:a.db", "SELECT 1"}, exitCode)->IsScript());
+    EXPECT_FALSE(Parse({"sqlite:a.db", "-f", "x.sql", "--param", "1"}, exitCode)->IsScript());
+}
+
+TEST(CommandLine, DialectsOfServers) {
+    const struct {
+        const char* name;
+        int server;
+    } cases[] = {{"oracle", 5}, {"db2", 4},    {"db2zos", 10}, {"sqlserver", 3},
+                 {"sybase", 2}, {"mysql", 14}, {"other", 101}};
+    for (const auto& one : cases) {
+        ASSERT_NE(nullptr, FindDialect(one.name)) << one.name;
+        EXPECT_EQ(one.server, FindDialect(one.name)->server) << one.name;
+    }
+    EXPECT_EQ(nullptr, FindDialect("Oracle"));
+    EXPECT_EQ(nullptr, FindDialect(""));
+    EXPECT_EQ("oracle, db2, db2zos, sqlserver, sybase, mysql, other", DialectNames());
+}
+
+TEST(CommandLine, TimeoutsHaveFractions) {
+    const struct {
+        const char* text;
+        long long milliseconds;
+    } cases[] = {{"1", 1000}, {"0.25", 250}, {"2.5", 2500}, {"0.0001", 1}, {"86400", 86400000}};
+    for (const auto& one : cases) {
+        int exitCode = -1;
+        const auto line = Parse({"sqlite:a.db", "SELECT 1", "--timeout", one.text}, exitCode);
+        ASSERT_TRUE(line) << one.text;
+        EXPECT_EQ(one.milliseconds, line->timeout->count()) << one.text;
+    }
+}
+
+TEST(CommandLine, EachTypeGoesWithTheParameterBehindIt) {
+    int exitCode = -1;
+    const auto line = Parse({"sqlite:a.db", "--param", "-5", "--param-type", "int", "SELECT ?, ?, ?, ?",
+                             "--param", "-5", "--param", "", "--param", "[1,2]"},
+                            exitCode);
+    ASSERT_TRUE(line);
+    ASSERT_EQ(4U, line->parameters.GetParameterCount());
+    EXPECT_EQ(qxdb::Column::BindString, line->parameters[0].GetType());
+    EXPECT_EQ("-5", line->parameters[0].AsString());
+    EXPECT_EQ(qxdb::Column::BindInt, line->parameters[1].GetType());
+    EXPECT_EQ(-5, line->parameters[1].AsInt());
+    EXPECT_EQ("", line->parameters[2].AsString());
+    EXPECT_EQ("[1,2]", line->parameters[3].AsString());
 }
 
 TEST(CommandLine, DelimiterByItsName) {

@@ -1,10 +1,14 @@
 // What the user asked for on the command line.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "params/parameter_list.h"
+#include "tools/qxsql/dialects.h"
 
 namespace qxsql {
 
@@ -15,6 +19,8 @@ enum ExitCode : int {
     ExitUsage = 2,
     ExitNoConnection = 3,
     ExitFile = 4,
+    ExitTimeout = 5,
+    ExitCancelFailed = 6,
     ExitInterrupted = 130
 };
 
@@ -28,6 +34,16 @@ struct CommandLine {
     std::optional<std::string> sql;
     std::string sqlFile;
     bool create = false;
+
+    // Of scripts: what comes by -f or from standard input.
+    std::string separator;  // empty: the usual one of the server
+    bool split = false;
+    const Dialect* dialect = nullptr;  // of --split
+    bool verbose = false;
+    bool progress = false;
+
+    qxdbsqlengine::ParameterList parameters;
+    std::optional<std::chrono::milliseconds> timeout;
 
     std::string outputFile;
     std::string format;  // tab, comma, pipe, delimited; empty: by the file's extension
@@ -47,6 +63,10 @@ struct CommandLine {
     bool table = false;
     bool timing = false;
     bool quiet = false;
+
+    // What comes by -f or from standard input is split into its statements, unless parameters make it one
+    // statement.
+    bool IsScript() const { return !sql && parameters.GetParameterCount() == 0; }
 };
 
 // Parses the arguments. Prints help, or what is wrong, itself; the result is then empty and `exitCode` says

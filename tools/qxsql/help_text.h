@@ -1,0 +1,9 @@
+// What --help tells beside the list of options.
+#pragma once
+
+namespace qxsql {
+
+const char* HelpDescription();
+const char* HelpFooter();
+
+}  // namespace qxsql
