@@ -11,5 +11,7 @@ list(APPEND PLATFORM_SOURCES
   ${os_folder}/code_page.cpp
   ${os_folder}/component.cpp
   ${os_folder}/file_mapping.cpp
+  ${os_folder}/file_removal.cpp
+  ${os_folder}/loaded_module.cpp
   ${os_folder}/user_locale.cpp
   ${os_folder}/window.cpp)

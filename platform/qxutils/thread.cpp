@@ -72,8 +72,12 @@ Thread::Status Thread::GetStatus() const {
 bool Thread::WaitForExit(unsigned long milliseconds) {
     const std::shared_ptr<State> shared = state;
     std::unique_lock<std::mutex> guard(shared->mutex);
-    return shared->ended.wait_for(guard, std::chrono::milliseconds(milliseconds),
-                                  [&shared] { return shared->status != StatusRunning; });
+    const auto hasEnded = [&shared] { return shared->status != StatusRunning; };
+    if (milliseconds == NoLimit) {
+        shared->ended.wait(guard, hasEnded);
+        return true;
+    }
+    return shared->ended.wait_for(guard, std::chrono::milliseconds(milliseconds), hasEnded);
 }
 
 bool Thread::ShouldTerminate() const {

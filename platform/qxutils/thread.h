@@ -13,6 +13,7 @@ namespace qxutils {
 class QXSENG2_API Thread {
   public:
     enum Status { StatusNotStarted = 0, StatusRunning = 1, StatusEnded = 2 };
+    static constexpr unsigned long NoLimit = 0xFFFFFFFF;
 
     virtual ~Thread();
     Thread(const Thread&) = delete;
@@ -27,7 +28,8 @@ class QXSENG2_API Thread {
     // otherwise an opaque mark of success.
     void* Start();
     Status GetStatus() const;
-    // Blocks until the thread has ended or the time is over; true when it has ended or was never started.
+    // Blocks until the thread has ended or the time is over (NoLimit: never is); true when it has ended or was
+    // never started.
     bool WaitForExit(unsigned long milliseconds);
 
   protected:
