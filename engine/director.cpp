@@ -14,7 +14,7 @@ namespace {
 using Guard = qxutils::LockGuard<qxutils::CriticalSection>;
 
 // A destroyed director waits this long for another thread to leave the director's own callbacks, which do not
-// block.
+// block as long as they count (see LeaveCall).
 constexpr long leaveCallbacksMs = 10000;
 
 std::string ObjectErrorsQuery(const char* owner, const char* name, const char* type, bool useDba) {
@@ -83,6 +83,7 @@ CSingleRequestDirector::~CSingleRequestDirector() {
 }
 
 void CSingleRequestDirector::LeaveRun() {
+    *silent = true;
     try {
         Clear();
         CSingleRequestDirector::Cancel();

@@ -184,9 +184,13 @@ class QXSENG2_API CSingleRequestDirector : public ErrorCallback,
     // Unregisters all callbacks. During a run that includes the director's own, so the run's end is not seen.
     void Clear();
 
-    // Windows as observers: each throws QXException "Window observers are not available in this build".
+    // Windows that are told of the runs by messages: engine/observers.h. Any thread, also from within a
+    // notification, which still goes to the windows that were registered when it began. A window that is in
+    // its list already is not added again; one that was destroyed stays registered, and is skipped. A type
+    // that is none of the nine does nothing. Each throws std::runtime_error "Unable to acquire lock!" where
+    // the lock is refused.
     void RegisterObserver(HWND window, ObserverType type);
-    void RegisterObserver(HWND window);
+    void RegisterObserver(HWND window);  // for all nine types
     void UnregisterObserver(HWND window, ObserverType type);
     void UnregisterAllObserver(ObserverType type);
     void UnregisterAllObserver(HWND window);
@@ -210,12 +214,13 @@ class QXSENG2_API CSingleRequestDirector : public ErrorCallback,
 
   protected:
     // Ends all notifications, cancels the run and waits until no other thread is inside a callback of this
-    // object. A derived class calls it first in its destructor, while the object is still whole; repeating it
-    // does no harm.
+    // object; a call that only waits for windows does not count. A derived class calls it first in its
+    // destructor, while the object is still whole; repeating it does no harm. An override of a callback
+    // touches its object before it calls the base, and not after.
     void LeaveRun();
     // For derived classes that bring their own request; before the first run.
     void SetRequest(const RequestPtr& newRequest);
-    // Null for a type that is none of the nine.
+    // The windows of a type, in the order of their registration; null for a type that is none of the nine.
     std::vector<HWND>* GetObservers(ObserverType type);
 
   private:
@@ -226,6 +231,12 @@ class QXSENG2_API CSingleRequestDirector : public ErrorCallback,
     void RegisterSelf();
     void StartQueued();
     ThreadPtr<IEngine> CurrentEngine();
+
+    struct Audience;
+    using Step = void (CSingleRequestDirector::*)();
+    Audience LeaveCall(const void* callback, ObserverType type, Step underLock = nullptr);
+    void EndRun();
+    void GiveUpRun();
 
     std::vector<HWND> observers[observerTypeCount];  // guarded by observerLock
     SmartPtr<NotificationCallbacks> notificationCallbacks;
@@ -243,6 +254,8 @@ class QXSENG2_API CSingleRequestDirector : public ErrorCallback,
     qxutils::RecursiveReadWriteLock observerLock;
     qxutils::CriticalSection engineLock;  // never held across a call into a request
     bool runEnded = false;  // the engine's run has ended, and it was stopped; guarded by engineLock
+    // No window is told anything more. Shared with the notifications under way, which outlive the director.
+    const std::shared_ptr<std::atomic<bool>> silent = std::make_shared<std::atomic<bool>>(false);
 };
 
 }  // namespace qxdbsqlengine

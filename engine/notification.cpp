@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <iterator>
 #include <stdexcept>
 
 namespace qxdbsqlengine {
@@ -30,18 +31,13 @@ void RequireLocked(const ReadLockGuard& guard) {
 // removed the callback sees either no call or this one.
 class NotificationCallbacks::CallScope {
   public:
-    CallScope(NotificationCallbacks& list, const void* callback)
-        : owner(list), call{callback, std::this_thread::get_id()} {
+    CallScope(NotificationCallbacks& list, const void* callback) : owner(list), noted(callback) {
         const std::lock_guard<std::mutex> guard(owner.callMutex);
-        owner.calls.push_back(call);
+        owner.calls.push_back(Call{noted, std::this_thread::get_id()});
     }
     ~CallScope() {
         const std::lock_guard<std::mutex> guard(owner.callMutex);
-        // Equal entries are calls within calls of one thread: any of them will do.
-        const auto same = [this](const Call& other) {
-            return other.callback == call.callback && other.thread == call.thread;
-        };
-        owner.calls.erase(std::find_if(owner.calls.begin(), owner.calls.end(), same));
+        owner.calls.erase(owner.InnermostCall(noted));
         owner.callEnded.notify_all();
     }
     CallScope(const CallScope&) = delete;
@@ -49,7 +45,7 @@ class NotificationCallbacks::CallScope {
 
   private:
     NotificationCallbacks& owner;
-    const Call call;
+    const void* const noted;
 };
 
 NotificationCallbacks::NotificationCallbacks() = default;
@@ -159,12 +155,32 @@ void NotificationCallbacks::Clear() {
 bool NotificationCallbacks::WaitForCalls(const std::vector<const void*>& gone, long timeoutMs) {
     const std::thread::id self = std::this_thread::get_id();
     const auto concerns = [&gone, self](const Call& call) {
-        return call.thread != self && std::find(gone.begin(), gone.end(), call.callback) != gone.end();
+        return !call.ended && call.thread != self &&
+               std::find(gone.begin(), gone.end(), call.callback) != gone.end();
     };
     std::unique_lock<std::mutex> guard(callMutex);
     return callEnded.wait_for(guard, std::chrono::milliseconds(timeoutMs), [this, &concerns] {
         return std::none_of(calls.begin(), calls.end(), concerns);
     });
+}
+
+void NotificationCallbacks::EndCall(const void* callback) {
+    const std::lock_guard<std::mutex> guard(callMutex);
+    const auto call = InnermostCall(callback);
+    if (call != calls.end()) {
+        call->ended = true;
+        callEnded.notify_all();
+    }
+}
+
+// Of the calling thread; a call within a call comes later in the list. The caller holds callMutex.
+std::vector<NotificationCallbacks::Call>::iterator NotificationCallbacks::InnermostCall(
+    const void* callback) {
+    const auto found = std::find_if(calls.rbegin(), calls.rend(),
+                                    [callback, self = std::this_thread::get_id()](const Call& call) {
+                                        return call.callback == callback && call.thread == self;
+                                    });
+    return found == calls.rend() ? calls.end() : std::prev(found.base());
 }
 
 DispatchCallbacks::DispatchCallbacks(const SmartPtr<NotificationCallbacks>& notificationCallbacks)

@@ -57,6 +57,11 @@ class QXSENG2_API NotificationCallbacks {
     // for this thread.
     bool WaitForCalls(const std::vector<const void*>& gone, long timeoutMs);
 
+    // For a callback whose call goes on without its object, such as one that hands on to windows and waits
+    // for them: WaitForCalls no longer waits for the call of `callback` that this thread is in. Nothing
+    // happens where the thread is in none.
+    void EndCall(const void* callback);
+
   private:
     friend class DispatchCallbacks;
 
@@ -64,9 +69,11 @@ class QXSENG2_API NotificationCallbacks {
     struct Call {
         const void* callback;
         std::thread::id thread;
+        bool ended = false;  // the object is not touched any more
     };
     class CallScope;
 
+    std::vector<Call>::iterator InnermostCall(const void* callback);
     template <class Callback>
     void AddTo(std::vector<Callback*>& list, Callback& callback);
     template <class Callback>

@@ -29,6 +29,8 @@ using LRESULT = std::intptr_t;
 
 constexpr UINT WM_QUIT = 0x0012;
 constexpr UINT WM_USER = 0x0400;
+constexpr UINT QS_POSTMESSAGE = 0x0008;
+constexpr UINT QS_SENDMESSAGE = 0x0040;
 
 // Runs the window's procedure with the message and returns its result. On the window's own thread that is a
 // plain call. From another thread it waits, without limit, until the owner's pump has run the procedure;
@@ -53,6 +55,11 @@ QXSENG2_API int IsWindow(HWND window);
 // under way ends normally. Only on the window's own thread, also within its procedure: 0 and no effect
 // elsewhere, and for a window that does not exist.
 QXSENG2_API int DestroyWindow(HWND window);
+
+// Which kinds of messages wait for the calling thread, of those that `kinds` asks for (QS_SENDMESSAGE,
+// QS_POSTMESSAGE): 0 when there are none. The kinds stand in the high word; the low word is not for programs,
+// since the systems differ there. For loops that wait for other things as well.
+QXSENG2_API unsigned long GetQueueStatus(UINT kinds);
 
 #endif
 

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <functional>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -10,7 +9,6 @@
 
 #include "director_support.h"
 #include "engine/director.h"
-#include "platform/qxutils/qx_exception.h"
 
 namespace {
 
@@ -253,27 +251,6 @@ TEST_F(DirectorSettingsTest, SchemaReceiverCanBeReplaced) {
     server.AcceptOthers();
     EXPECT_TRUE(director->ExecuteDirect("x", SQLRequest::RequestSQL, false));
     EXPECT_EQ(calls.LinesOf("OnSchemaPrepared"), Lines{});
-}
-
-TEST_F(DirectorSettingsTest, WindowObserversAreRefused) {
-    const HWND window = nullptr;
-    const std::vector<std::function<void()>> operations = {
-        [&] { director->RegisterObserver(window, ErrorObserver); },
-        [&] { director->RegisterObserver(window); },
-        [&] { director->UnregisterObserver(window, ErrorObserver); },
-        [&] { director->UnregisterAllObserver(ErrorObserver); },
-        [&] { director->UnregisterAllObserver(window); },
-        [&] { director->UnregisterAllObserver(); },
-        [&] { director->GetObservers(ErrorObserver); },
-    };
-    for (const std::function<void()>& operation : operations) {
-        try {
-            operation();
-            ADD_FAILURE() << "no exception";
-        } catch (const qxutils::QXException& failure) {
-            EXPECT_STREQ(failure.what(), "Window observers are not available in this build");
-        }
-    }
 }
 
 TEST(DirectorTypeTest, IsEightKindsOfCallback) {

@@ -56,6 +56,7 @@ class ThreadQueue : public std::enable_shared_from_this<ThreadQueue> {
     LRESULT SendTo(ThreadQueue& target, const Message& message);
     bool Pump(long timeoutMs);
     int Run();
+    UINT WaitingKinds();
 
     // Any thread.
     bool Post(const Message& message);
@@ -325,6 +326,11 @@ int ThreadQueue::Run() {
     }
 }
 
+UINT ThreadQueue::WaitingKinds() {
+    const Guard guard(mutex);
+    return (sent.empty() ? 0 : QS_SENDMESSAGE) | (posted.empty() ? 0 : QS_POSTMESSAGE);
+}
+
 bool ThreadQueue::Post(const Message& message) {
     const Guard guard(mutex);
     if (windows.count(message.window) == 0 || posted.size() >= postedLimit) {
@@ -390,6 +396,12 @@ int DestroyWindow(HWND window) {
     }
     owner->RemoveWindow(window);
     return 1;
+}
+
+unsigned long GetQueueStatus(UINT kinds) {
+    const std::shared_ptr<ThreadQueue> current = CurrentQueue();
+    const unsigned long waiting = current ? current->WaitingKinds() & kinds : 0;
+    return waiting << 16 | waiting;
 }
 
 namespace qxos {
