@@ -253,15 +253,6 @@ TEST_F(ExecuteTest, FailureBehindTheRunLeavesIt) {
               (Lines{"callback off", "callback on", "execute x", "callback off", "callback off"}));
 }
 
-TEST_F(ExecuteTest, PreparedRunReportsThatItCannot) {
-    request.SetDoPrepare(true);
-    EXPECT_FALSE(Run("call p", SQLRequest::RequestProcedure));
-    EXPECT_EQ(calls.Lines(),
-              (Lines{"OnBatchItemBegin 0 0", "OnError PrepareForExecution is not available in this build",
-                     "OnBatchItemEnd 0 0"}));
-    EXPECT_EQ(server.Executed(), Lines());
-}
-
 TEST_F(ExecuteTest, ScriptRefuses) {
     EXPECT_EQ(RunThrows("select 1\ngo", SQLRequest::RequestScript),
               "Scripts are not available in this build");

@@ -366,36 +366,5 @@ TEST_F(SettingsTest, NormalResultSetTypes) {
     EXPECT_FALSE(request.IsNormalResultSetType(static_cast<ResultSetType>(-1)));
 }
 
-TEST_F(SettingsTest, BindingAndOutputValuesRefuse) {
-    qxdb::Statement statement;
-    std::unique_ptr<qxdb::Fields> fields;
-    qxdb::BindValue binding;
-    qxdb::Schema schema;
-    const std::string behind = " is not available in this build";
-    EXPECT_EQ(TextOfQXException([&] { request.PrepareForExecution(statement, fields); }),
-              "PrepareForExecution" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.PrepareSQL(statement, fields); }), "PrepareSQL" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.PrepareProcedure(statement, fields); }),
-              "PrepareProcedure" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.BindStatementWithOutputPatameter(binding); }),
-              "BindStatementWithOutputPatameter" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.BindParametersByOrdinal(fields); }),
-              "BindParametersByOrdinal" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.BindParametersByName(fields); }),
-              "BindParametersByName" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.BuildNameMap(fields); }), "BuildNameMap" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.BuildNameMap(schema); }), "BuildNameMap" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.IsStatementWithOutputParameter(); }),
-              "IsStatementWithOutputParameter" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.HandleOutputParameters(fields, schema); }),
-              "HandleOutputParameters" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.CreateParameterResultset(); }),
-              "CreateParameterResultset" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.HandleCursorOutputParameters(fields); }),
-              "HandleCursorOutputParameters" + behind);
-    EXPECT_EQ(TextOfQXException([&] { request.GetStartOutputParamIndex(); }),
-              "GetStartOutputParamIndex" + behind);
-}
-
 }  // namespace
 }  // namespace qxtest

@@ -2,13 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <chrono>
-#include <locale>
-#include <sstream>
 #include <thread>
 
 #include "platform/qxdb/manager.h"
+#include "support/scripted_fields.h"
 
 namespace qxtest {
 
@@ -92,157 +90,6 @@ struct ScriptedServer::State {
 namespace {
 
 using State = ScriptedServer::State;
-
-// What the fields of a cursor share: the row that was fetched last.
-struct CurrentRow {
-    const Row* cells = nullptr;
-    unsigned int number = 0;  // changes with each fetch
-};
-
-class CellStream : public qxdb::RawStream {
-  public:
-    void Start(const LobCell& newLob) {
-        lob = &newLob;
-        position = 0;
-    }
-    unsigned int Read(unsigned char* buffer, unsigned int length) override {
-        std::size_t count = std::min<std::size_t>(length, lob->bytes.size() - position);
-        if (lob->blockSize > 0)
-            count = std::min<std::size_t>(count, lob->blockSize);
-        std::copy_n(lob->bytes.begin() + static_cast<std::ptrdiff_t>(position), count, buffer);
-        position += count;
-        wasRead = true;
-        return static_cast<unsigned int>(count);
-    }
-
-    bool wasRead = false;
-
-  private:
-    const LobCell* lob = nullptr;
-    std::size_t position = 0;
-};
-
-class ScriptField : public qxdb::Field {
-  public:
-    ScriptField(std::shared_ptr<const qxdb::Column> fieldColumn, std::shared_ptr<CurrentRow> currentRow,
-                unsigned int fieldIndex, bool bindAsString)
-        : column(std::move(fieldColumn)),
-          row(std::move(currentRow)),
-          index(fieldIndex),
-          asString(bindAsString) {}
-
-    std::string GetName() override { return column->GetName(); }
-    qxdb::Column::BindType GetType() override {
-        return asString ? qxdb::Column::BindString : column->GetType();
-    }
-    qxdb::DataType::Direction GetDirection() override { return column->GetDirection(); }
-
-    bool IsNull() override {
-        const Cell::Value& value = Value();
-        const LobCell* const lob = std::get_if<LobCell>(&value);
-        if (lob != nullptr)
-            return lob->nullAfterRead && streamRow == row->number && stream.wasRead;
-        return std::holds_alternative<NullCell>(value);
-    }
-
-    qxdb::RawStream* GetStream() override {
-        const LobCell* const lob = std::get_if<LobCell>(&Value());
-        if (lob == nullptr)
-            Refuse("stream");
-        if (streamRow != row->number) {
-            streamRow = row->number;
-            stream.wasRead = false;
-            stream.Start(*lob);
-        }
-        return &stream;
-    }
-
-    qxdb::DynBuffer& GetBuffer() override {
-        const qxdb::DynBuffer* const value = std::get_if<qxdb::DynBuffer>(&Value());
-        if (value == nullptr)
-            Refuse("buffer");
-        buffer = *value;
-        return buffer;
-    }
-
-    std::string AsString() override {
-        return std::visit([](const auto& value) { return Text(value); }, Value());
-    }
-    short AsShort() override { return Number<short>(); }
-    int AsInt() override { return Number<int>(); }
-    long AsLong() override { return Number<long>(); }
-    __int64 AsBigInt() override { return Number<__int64>(); }
-    float AsFloat() override { return Number<float>(); }
-    double AsDouble() override { return Number<double>(); }
-
-    qxdb::Decimal AsDecimal() override {
-        const Cell::Value& value = Value();
-        if (const auto* const decimal = std::get_if<qxdb::Decimal>(&value))
-            return *decimal;
-        if (const auto* const text = std::get_if<std::string>(&value))
-            return qxdb::Decimal(*text);
-        if (std::holds_alternative<float>(value) || std::holds_alternative<double>(value))
-            return qxdb::Decimal(Number<double>());
-        return qxdb::Decimal(Number<__int64>(), 0);
-    }
-
-    qxdb::Timestamp AsTimestamp() override {
-        const qxdb::Timestamp* const value = std::get_if<qxdb::Timestamp>(&Value());
-        if (value == nullptr)
-            Refuse("timestamp");
-        return *value;
-    }
-
-  private:
-    // Throws what a failing cell has.
-    const Cell::Value& Value() {
-        if (row->cells == nullptr || index >= row->cells->size())
-            ThrowErrors("The script has no value for field \"" + GetName() + "\"");
-        const Cell::Value& value = (*row->cells)[index].Get();
-        if (const FailingCell* const failing = std::get_if<FailingCell>(&value))
-            throw failing->errors;
-        return value;
-    }
-
-    template <class T>
-    T Number() {
-        return std::visit(
-            [this](const auto& value) -> T {
-                using V = std::decay_t<decltype(value)>;
-                if constexpr (std::is_arithmetic<V>::value) {
-                    return static_cast<T>(value);
-                } else if constexpr (std::is_same<V, qxdb::Decimal>::value) {
-                    return std::is_integral<T>::value ? static_cast<T>(value.AsBigInt())
-                                                      : static_cast<T>(value.AsDouble());
-                } else {
-                    Refuse("number");
-                }
-            },
-            Value());
-    }
-
-    static std::string Text(const std::string& value) { return value; }
-    static std::string Text(const LobCell& value) { return value.bytes; }
-    static std::string Text(const NullCell&) { return std::string(); }
-    static std::string Text(const FailingCell& value) { throw value.errors; }
-    static std::string Text(const qxdb::Decimal& value) { return value.AsString(false, -1); }
-    static std::string Text(const qxdb::Timestamp& value) { return value.AsString(); }
-    template <class T>
-    static std::string Text(const T& value) {
-        std::ostringstream stream;
-        stream.imbue(std::locale::classic());
-        stream << value;
-        return stream.str();
-    }
-
-    std::shared_ptr<const qxdb::Column> column;
-    std::shared_ptr<CurrentRow> row;
-    unsigned int index;
-    bool asString;
-    CellStream stream;
-    unsigned int streamRow = 0;
-    qxdb::DynBuffer buffer;
-};
 
 class ScriptBinding : public qxdb::BindValueImpl {
   public:
