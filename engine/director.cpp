@@ -2,6 +2,7 @@
 
 #include <sstream>
 
+#include "engine/force_cancel_thread.h"
 #include "engine/sql_request_cast.h"
 #include "platform/os/debug_output.h"
 #include "platform/qxutils/lock_guard.h"
@@ -145,6 +146,8 @@ void CSingleRequestDirector::Execute() {
     }
     forceCancelStarted = false;
     RegisterSelf();
+    // A cancel that sees the flag below finds the engine of this run, not the one before it.
+    const Guard starting(engineLock);
     // Set before the request is queued: the end of a very short run, which clears the flag, must not come
     // before.
     executing = true;
@@ -200,9 +203,27 @@ bool CSingleRequestDirector::Cancel() {
     if (!executing || sqlRequest == nullptr) {
         return true;
     }
+    const ThreadPtr<IEngine> running = CurrentEngine();
     // A cancel that is stuck in the driver leaves the run under way, so that a further cancel gets through.
-    executing = !sqlRequest->Cancel();
+    // The flag is then left alone: the run may have ended meanwhile, and have cleared it.
+    if (sqlRequest->Cancel()) {
+        executing = false;
+    }
+    WatchCancelledRun(running, held);
     return true;
+}
+
+// A run without an engine is one on its caller's own thread, which nobody can give up.
+void CSingleRequestDirector::WatchCancelledRun(const ThreadPtr<IEngine>& running, const RequestPtr& held) {
+    if (!running || forceCancelStarted.exchange(true)) {
+        return;
+    }
+    const ThreadPtr<ForceCancelThread> watchdog = ForceCancelThread::Create();
+    if (watchdog) {
+        watchdog->Start(running, held);
+    } else {
+        forceCancelStarted = false;
+    }
 }
 
 CSingleRequestDirector* CSingleRequestDirector::CloneDirector() {

@@ -73,7 +73,8 @@ class QXSENG2_API CSingleRequestDirector : public ErrorCallback,
                            SchemaCallback* schemaCallback, std::string batchSeparator, bool createRequest);
 
     void OnError(const Errors& errors) override;
-    // Ends all notifications and cancels the run. Does not wait for the run to end. Also within a callback.
+    // Ends all notifications and cancels the run. Does not wait for the run to end, but for the driver's
+    // cancel, for 2 seconds at most. Also within a callback.
     virtual ~CSingleRequestDirector();
     CSingleRequestDirector(const CSingleRequestDirector&) = delete;
     CSingleRequestDirector& operator=(const CSingleRequestDirector&) = delete;
@@ -101,8 +102,10 @@ class QXSENG2_API CSingleRequestDirector : public ErrorCallback,
     // Starts the SQL of the last run again, with the director's present options.
     virtual void ReExecute();
 
-    // Cancels the run. True; how the cancel went is told by the notifications. After a cancel that came back
-    // the director counts as idle at once.
+    // Cancels the run; blocks for 2 seconds at most, for a driver whose cancel blocks. Always true: how it
+    // went is told by OnRequestEnd, or after 15 seconds by OnError and OnCancelFailed
+    // (engine/cancellation.h). After a cancel that came back the director counts as idle at once. Any thread,
+    // also within callbacks. A run of ExecuteDirect is on its caller's thread, and is never given up.
     virtual bool Cancel();
     virtual bool IsCancelled();
     virtual void ClearStorage();
@@ -229,7 +232,7 @@ class QXSENG2_API CSingleRequestDirector : public ErrorCallback,
     void Initialize(const std::string& batchSeparator, bool createRequest);
     void HandOverOptions(SQLRequest& sqlRequest);
     void RegisterSelf();
-    void StartQueued();
+    void WatchCancelledRun(const ThreadPtr<IEngine>& running, const RequestPtr& held);
     ThreadPtr<IEngine> CurrentEngine();
 
     struct Audience;
@@ -247,7 +250,7 @@ class QXSENG2_API CSingleRequestDirector : public ErrorCallback,
     ThreadPtr<IEngine> engine;  // guarded by engineLock
     std::unique_ptr<RequestPtr> request;
     std::atomic<bool> executing{false};           // a run is under way
-    std::atomic<bool> forceCancelStarted{false};  // the run has its watchdog
+    std::atomic<bool> forceCancelStarted{false};  // the run that was cancelled has its watchdog
     qxutils::CriticalSection lock;                // starting and registering; held through ExecuteDirect
     OptionMap queryOptions;
     OptionMap queryDefaultOptions;

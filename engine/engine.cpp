@@ -59,6 +59,14 @@ int EngineT<Ptr>::QueueRequest(Ptr& request) {
 }
 
 template <class Ptr>
+bool EngineT<Ptr>::IsQueued(const Ptr& request) const {
+    const Guard guard(data->lock);
+    return std::any_of(data->queue.begin(), data->queue.end(), [&request](const QueueEntry& waiting) {
+        return GetImpl(waiting.request) == GetImpl(request);
+    });
+}
+
+template <class Ptr>
 void EngineT<Ptr>::Start(const ConnectionDefElement& def) {
     data->connectionDef = def;
     ReadyToRun();

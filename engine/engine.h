@@ -71,6 +71,8 @@ class QXSENG2_API EngineT : public IEngine {
     // Appends the request and wakes the thread. Returns its id: 1 for the first, one more for each next.
     // Throws "Unable to acquire lock!".
     int QueueRequest(Ptr& request);
+    // True while the request waits in the queue. Throws "Unable to acquire lock!".
+    bool IsQueued(const Ptr& request) const;
 
     void Start(const ConnectionDefElement& def) override;
     void Stop(bool cancelQueued) override;

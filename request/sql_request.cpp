@@ -9,6 +9,7 @@
 #include "platform/qxutils/lock_guard.h"
 #include "platform/qxutils/qx_exception.h"
 #include "platform/resource_loader.h"
+#include "request/cancel_thread.h"
 
 namespace qxdbsqlengine {
 
@@ -61,12 +62,19 @@ bool SQLRequest::Cancel() {
     if (IsCancelled())
         return true;
     Request::Cancel();
+    // Held through the wait: a statement that is being set up waits for the cancel to come back, and one that
+    // ends does so after it.
     const qxutils::LockGuard<qxutils::CriticalSection> guard(statementLock);
-    // Taken out, so that nobody cancels it twice. The lock keeps the statement alive meanwhile.
-    qxdb::Statement* const running = std::exchange(statement, nullptr);
-    if (running != nullptr)
-        running->Cancel();
-    return true;
+    if (statement == nullptr)
+        return true;
+    const qxutils::ThreadPtr<CancelThread> canceller = CancelThread::Create();
+    // Taken out, so that nobody cancels it twice.
+    const qxdb::Statement* const running = std::exchange(statement, nullptr);
+    if (!canceller)
+        return false;  // nothing may block this thread: the mark alone has to do
+    qxutils::Event& finished = canceller->Start(*running);
+    // The signal says it as well: the thread may be a moment behind it on its way out.
+    return finished.Lock() || canceller->ExecutionCompleted();
 }
 
 bool SQLRequest::IsDebugger() {

@@ -77,8 +77,9 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     // Borrows a connection from the connection callback for the length of the run. QXException when there is
     // none.
     bool Execute(const qxdbsrd::ConnectionDefElement& def) override;
-    // Any thread. Marks the request and, when a statement runs, cancels it on the server: at most once, and
-    // the call lasts as long as the driver's cancel. True when nothing is left to be cancelled.
+    // Any thread. Marks the request and, when a statement runs, cancels it on the server, at most once and on
+    // a thread of its own. False when the driver's cancel has not come back within 2 seconds; it goes on
+    // then. True when it has, and when nothing is left to be cancelled, as in a second call.
     bool Cancel() override;
 
     virtual bool IsDebugger();
