@@ -5,6 +5,7 @@
 #include <iterator>
 #include <utility>
 
+#include "batch/batch_processor.h"
 #include "dbms/dbms_handler.h"
 #include "platform/qxutils/lock_guard.h"
 #include "platform/qxutils/qx_exception.h"
@@ -61,7 +62,7 @@ SQLRequest::~SQLRequest() {
 bool SQLRequest::Cancel() {
     if (IsCancelled())
         return true;
-    Request::Cancel();
+    CancelScript();
     // Held through the wait: a statement that is being set up waits for the cancel to come back, and one that
     // ends does so after it.
     const qxutils::LockGuard<qxutils::CriticalSection> guard(statementLock);
@@ -271,6 +272,11 @@ void SQLRequest::SetParameters(const ParameterList& list) {
         ReplaceParameters(list);
 }
 
+ParameterList SQLRequest::GetParameters() {
+    const ReadLockGuard guard(lock, true);
+    return *parameters;
+}
+
 // Under the write lock. A new object: the run under way may have bound the storage of the old one.
 void SQLRequest::ReplaceParameters(const ParameterList& list) {
     auto copy = std::make_shared<ParameterList>(list);
@@ -279,11 +285,6 @@ void SQLRequest::ReplaceParameters(const ParameterList& list) {
 }
 
 // Also forgets what is known of them.
-ParameterList SQLRequest::GetParameters() {
-    const ReadLockGuard guard(lock, true);
-    return *parameters;
-}
-
 void SQLRequest::ClearParameters() {
     const WriteLockGuard guard(lock);
     parameters->Clear();

@@ -2,16 +2,19 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "batch/batch_processor_thread.h"
 #include "engine/callbacks.h"
 #include "engine/connection_request.h"
 #include "engine/notification.h"
 #include "params/parameter_list.h"
 #include "platform/export.h"
+#include "platform/os/com_error.h"
 #include "platform/os/variant.h"
 #include "platform/qxdb/connection.h"
 #include "platform/qxdb/cursor.h"
@@ -28,6 +31,8 @@
 #include "storage/column_definition.h"
 #include "storage/data_storage.h"
 #include "storage/result_set_type.h"
+
+class QXDBBatchProcessor;
 
 namespace qxdbsqlengine {
 
@@ -55,7 +60,7 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
   public:
     enum RequestType : int {
         RequestSQL = 0,        // one statement as text
-        RequestScript = 1,     // a script to be split into statements
+        RequestScript = 1,     // a script, which the script parser splits into items
         RequestProcedure = 2,  // a stored procedure call
         RequestFunction = 3    // a stored function call
     };
@@ -77,9 +82,10 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     // Borrows a connection from the connection callback for the length of the run. QXException when there is
     // none.
     bool Execute(const qxdbsrd::ConnectionDefElement& def) override;
-    // Any thread. Marks the request and, when a statement runs, cancels it on the server, at most once and on
-    // a thread of its own. False when the driver's cancel has not come back within 2 seconds; it goes on
-    // then. True when it has, and when nothing is left to be cancelled, as in a second call.
+    // Any thread. Stops the parser of a script, marks the request and, when a statement runs, cancels it on
+    // the server, at most once and on a thread of its own. False when the driver's cancel has not come back
+    // within 2 seconds; it goes on then. True when it has, and when nothing is left to be cancelled, as in a
+    // second call.
     bool Cancel() override;
 
     virtual bool IsDebugger();
@@ -296,16 +302,24 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     // The statement that is running, null outside one and after a cancel.
     qxdb::Statement* GetStatement();
     SmartPtr<DataStorage> GetData();
-    ResultSetType GetResultSetType() const { return resultSetType; }
     // A copy, with the values that a statement wrote into the storage of its output parameters. Not while
     // such a statement runs.
     ParameterList GetParameters();
+    ResultSetType GetResultSetType() const { return resultSetType; }
     void SetResultSetType(ResultSetType type) { resultSetType = type; }
     // Index of the current result set in the store; between result sets, that of the next one.
     int GetResultSetId() const { return resultSetId; }
     int GetBatchItemIndex() const { return batchItemIndex; }
     qxdb::DBTYPE GetDBType() const { return dbType; }
     bool IsUnicodeInstance() const { return isUnicodeInstance; }
+    // How much of the script is done, in bytes of its file or text: up to the end of the last item that was
+    // run or skipped. Any thread, also during the run; it stays until the next script. Zero with a parser
+    // that doesn't tell.
+    long GetScriptBytesDone() const { return scriptBytesDone; }
+    // True when the last script, or the one under way, ended before its end without a notification: there is
+    // no parser, it failed (the file can't be read), or it was silent for too long. Brings the code and a
+    // text for the user. Any thread.
+    bool GetScriptFailure(HRESULT& code, std::string& reason);
     // Guards the running statement; held while it is cancelled.
     qxutils::CriticalSection& GetCriticalSection() { return statementLock; }
     static EnumDataType GetDataType(qxdb::Column::BindType type);
@@ -322,12 +336,23 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     friend class DBMSHandler;
     friend class LobDataStorageInserter;
     class StatementScope;
+    class ScriptScope;
+    class ProcedureScope;
     struct ComputeRows;
 
     void TakeOver(const qxdbsrd::ConnectionDefElement& def);
     void SetIsUnicodeInstance(const qxdbsrd::ConnectionDefElement& def, qxdb::Connection& connection);
     bool ProbeUnicodeCodeSet(const qxdbsrd::ConnectionDefElement& def);
-    bool TryBatchItem(qxdb::Connection& connection);
+    bool ExecuteScript(const qxdbsrd::ConnectionDefElement& def, qxdb::Connection& connection);
+    bool ExecuteScriptItem(const qxdbsrd::ConnectionDefElement& def, qxdb::Connection& connection,
+                           const QXDBBatchProcessorThread::BatchInfo& item);
+    std::unique_ptr<QXDBBatchProcessor> MakeBatchProcessor(const qxdbsrd::ConnectionDefElement& def);
+    void CancelScript();
+    void SetItemText(std::string&& text);
+    bool RunDataCopy(const qxdbsrd::ConnectionDefElement& def);
+    bool RunEmptyItem();
+    bool GuardItem(qxdb::Connection& connection, const std::function<bool()>& item);
+    bool TryItem(qxdb::Connection& connection, const std::function<bool()>& item);
     void RunBatchItem(qxdb::Connection& connection);
     bool RunStatement(qxdb::Statement& running, qxdb::Connection& connection);
     bool HandleResults(qxdb::Statement& running);
@@ -349,7 +374,6 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     void ResetTextCaches();
     std::shared_ptr<ParameterList> CurrentParameters();
     std::shared_ptr<qxdb::Schema> CurrentSchema();
-    void ReplaceParameters(const ParameterList& list);
     std::shared_ptr<qxdb::Schema> NeedSchema(qxdb::Statement& running);
     void TellSchema(qxdb::Schema& columns);
     bool BindsByName();
@@ -360,6 +384,7 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     void AddOutputParameter(qxdb::Field& field, const qxdb::Column* column);
     void ShowOutputParameters();
     ColumnDefinition DefineParameterColumn(const Parameter& parameter) const;
+    void ReplaceParameters(const ParameterList& list);
     void ClearParameters();
 
     std::string sql;
@@ -395,12 +420,17 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     std::shared_ptr<ParameterList> parameters;       // what the caller bound; never null
     std::shared_ptr<ParameterList> boundParameters;  // whose storage a running statement has bound
     ParameterList outputParameters;                  // what came back
-    std::map<std::string, int> nameMap;              // parameter name to position in the schema or the fields
     bool excludesDefaults = true;                    // there are no fields for inputs left to their default
+    std::map<std::string, int> nameMap;              // parameter name to position in the schema or the fields
     qxdb::DBTYPE dbType = qxdb::DBTYPE_UNSET;
     SmartPtr<ConnectionRequestCallback> connectionCallback;
     SchemaCallback* schemaCallback;  // not owned, may be null
     std::string fileName;            // of a script from a file
+    qxutils::CriticalSection scriptLock;
+    std::unique_ptr<QXDBBatchProcessor> batchProcessor;  // null outside a script; guarded by scriptLock
+    HRESULT scriptFailureCode = S_OK;                    // of the last script; guarded by scriptLock
+    std::string scriptFailureText;                       // guarded by scriptLock
+    std::atomic<long> scriptBytesDone{0};
     std::string batchSeparator;
     std::string timestampFormat;
     std::atomic<RequestType> requestType{RequestSQL};

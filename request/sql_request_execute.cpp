@@ -133,17 +133,23 @@ bool SQLRequest::DoExecute(const qxdbsrd::ConnectionDefElement& def, qxdb::Conne
     ResetTextCaches();
     batchItemIndex = 0;
     batchItemLine = 0;
-    if (requestType == RequestScript)
-        throw QXException("Scripts are not available in this build");
-    const bool result = ExecuteBatchItem(connection);
+    const bool result =
+        requestType == RequestScript ? ExecuteScript(def, connection) : ExecuteBatchItem(connection);
     if (inResultSet)
         NotifyResultSetEnd();
     return result;
 }
 
 bool SQLRequest::ExecuteBatchItem(qxdb::Connection& connection) {
+    return GuardItem(connection, [this, &connection] {
+        RunBatchItem(connection);
+        return true;
+    });
+}
+
+bool SQLRequest::GuardItem(qxdb::Connection& connection, const std::function<bool()>& item) {
     try {
-        return TryBatchItem(connection);
+        return TryItem(connection, item);
     } catch (const CancelledException&) {
         NotifyBatchItemEnd();
         throw;
@@ -151,10 +157,9 @@ bool SQLRequest::ExecuteBatchItem(qxdb::Connection& connection) {
 }
 
 // All failures but a cancel are reported here; reporting itself may find the request cancelled.
-bool SQLRequest::TryBatchItem(qxdb::Connection& connection) {
+bool SQLRequest::TryItem(qxdb::Connection& connection, const std::function<bool()>& item) {
     try {
-        RunBatchItem(connection);
-        return true;
+        return item();
     } catch (const CancelledException&) {
         throw;
     } catch (Errors& errors) {

@@ -253,14 +253,6 @@ TEST_F(ExecuteTest, FailureBehindTheRunLeavesIt) {
               (Lines{"callback off", "callback on", "execute x", "callback off", "callback off"}));
 }
 
-TEST_F(ExecuteTest, ScriptRefuses) {
-    EXPECT_EQ(RunThrows("select 1\ngo", SQLRequest::RequestScript),
-              "Scripts are not available in this build");
-    EXPECT_EQ(server.Log(), (Lines{"callback off", "callback on", "callback off"}));
-    EXPECT_EQ(request.handlerLog, (Lines{"PreExecute"}));
-    EXPECT_EQ(request.GetSQL(), "select 1\ngo");
-}
-
 TEST_F(ExecuteTest, DatabaseIsMadeCurrentWithoutMessages) {
     server.Expect("x");
     request.SetDatabase("pubs");
@@ -501,10 +493,10 @@ TEST_F(ExecuteTest, EngineBracketsTheRun) {
 }
 
 TEST_F(ExecuteTest, EngineReportsWhatLeavesTheRun) {
-    request.SetSQL("go", SQLRequest::RequestScript, false, false);
+    request.handlerActions["PreExecute"] = [] { throw QXException("options"); };
+    request.SetSQL("x", SQLRequest::RequestSQL, false, false);
     RunOnEngine();
-    EXPECT_EQ(calls.Lines(),
-              (Lines{"OnRequestBegin", "OnError Scripts are not available in this build", "OnRequestEnd"}));
+    EXPECT_EQ(calls.Lines(), (Lines{"OnRequestBegin", "OnError options", "OnRequestEnd"}));
 }
 
 }  // namespace
