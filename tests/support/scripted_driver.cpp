@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "platform/qxdb/manager.h"
-#include "support/scripted_fields.h"
+#include "support/scripted_parameters.h"
 
 namespace qxtest {
 
@@ -28,6 +28,7 @@ struct ScriptedServer::State {
 
     double version = 0.0;
     bool unicode = false;
+    unsigned int capabilities = ~0U;
     std::shared_ptr<Errors> databaseErrors;
     std::vector<std::pair<std::string, std::string>> configuration;
     bool hasConfiguration = false;
@@ -42,6 +43,7 @@ struct ScriptedServer::State {
 
     std::vector<std::string> log;
     std::vector<std::string> executed;
+    std::vector<std::string> bound;
     std::string problems;
     int cancels = 0;
 
@@ -57,12 +59,30 @@ struct ScriptedServer::State {
         log.push_back("execute " + sql);
         executed.push_back(sql);
         changed.notify_all();
+        while (nextStep < steps.size() && steps[nextStep].isOnlyPrepared && steps[nextStep].wasPrepared)
+            ++nextStep;
         if (nextStep < steps.size() && steps[nextStep].sql == sql)
             return &steps[nextStep++];
         if (acceptOthers)
             return nullptr;
         problems += "Unexpected statement: " + sql + "\n";
         ThrowErrors("Unexpected statement: " + sql);
+    }
+
+    // The step that a prepared statement will be when it is executed; null when it is not expected, which its
+    // execution reports.
+    Step* Prepare(const std::string& sql, int type) {
+        const std::lock_guard<std::mutex> guard(mutex);
+        log.push_back("prepare " + std::to_string(type) + " " + sql);
+        for (std::size_t i = nextStep; i < steps.size(); ++i) {
+            if (steps[i].sql == sql) {
+                steps[i].wasPrepared = true;
+                return &steps[i];
+            }
+            if (!steps[i].isOnlyPrepared || !steps[i].wasPrepared)
+                break;
+        }
+        return nullptr;
     }
 
     // True when it ended by the cancel.
@@ -81,8 +101,12 @@ struct ScriptedServer::State {
     std::string AllProblems() const {
         const std::lock_guard<std::mutex> guard(mutex);
         std::string all = problems;
-        for (std::size_t i = nextStep; i < steps.size(); ++i)
-            all += "Not executed: " + steps[i].sql + "\n";
+        for (std::size_t i = nextStep; i < steps.size(); ++i) {
+            if (!steps[i].isOnlyPrepared)
+                all += "Not executed: " + steps[i].sql + "\n";
+            else if (!steps[i].wasPrepared)
+                all += "Not prepared: " + steps[i].sql + "\n";
+        }
         return all;
     }
 };
@@ -138,7 +162,10 @@ class ScriptProperties : public qxdb::StatementProperties {
         state->Log("procparamcount " + std::to_string(count));
     }
     void SetShowReturnCode(bool show) override { state->Log("showreturncode " + std::to_string(show)); }
-    bool SupportsProperty(Capabilities) override { return true; }
+    bool SupportsProperty(Capabilities capability) override {
+        const std::lock_guard<std::mutex> guard(state->mutex);
+        return (state->capabilities & capability) != 0;
+    }
 
   private:
     std::shared_ptr<State> state;
@@ -190,13 +217,32 @@ class ScriptConnection : public qxdb::ConnectionImpl,
 class ScriptStatement : public qxdb::StatementImpl, public std::enable_shared_from_this<ScriptStatement> {
   public:
     explicit ScriptStatement(std::shared_ptr<ScriptConnection> owner)
-        : connection(std::move(owner)), state(connection->state), properties(connection->state) {}
+        : connection(std::move(owner)),
+          state(connection->state),
+          properties(connection->state),
+          parameters(NewParameters({})) {}
 
-    void SetStatement(const std::string& sql) override { text = sql; }
-    void Prepare(const std::string& sqlOrName, qxdb::Statement::PrepareType) override { text = sqlOrName; }
+    void SetStatement(const std::string& sql) override {
+        text = sql;
+        parameters = NewParameters({});
+    }
+    void Prepare(const std::string& sqlOrName, qxdb::Statement::PrepareType type) override {
+        SetStatement(sqlOrName);
+        const Step* const expected = state->Prepare(sqlOrName, type);
+        if (expected != nullptr && expected->prepareFailure)
+            throw Errors(*expected->prepareFailure);
+        if (expected != nullptr && !expected->parameters.empty())
+            parameters = NewParameters(expected->parameters);
+        else
+            parameters = NewParameters(hintColumns);
+    }
 
     bool Execute() override {
         step = state->Begin(text);
+        {
+            const std::lock_guard<std::mutex> guard(state->mutex);
+            state->bound = parameters->Describe();
+        }
         if (step == nullptr)
             return true;
         for (const auto& action : step->onExecute)
@@ -205,6 +251,7 @@ class ScriptStatement : public qxdb::StatementImpl, public std::enable_shared_fr
             HangUntilCancel(step->hangEndsByCancel);
         if (step->failure)
             throw Errors(*step->failure);
+        parameters->Finish(*step, [this](const Result& result) { return NewCursor(result); });
         return true;
     }
 
@@ -231,11 +278,24 @@ class ScriptStatement : public qxdb::StatementImpl, public std::enable_shared_fr
 
     std::shared_ptr<qxdb::CursorImpl> GetResults() override;
 
-    std::shared_ptr<qxdb::BindValueImpl> Bind() override {
-        return std::make_shared<ScriptBinding>(noParameters, std::make_shared<CurrentRow>(), state);
+    std::shared_ptr<qxdb::BindValueImpl> Bind() override { return parameters; }
+    qxdb::Schema GetBindHint() override {
+        state->Log("get hint");
+        return hintColumns.empty() ? parameters->GetSchema() : qxdb::Schema(hintColumns);
     }
-    qxdb::Schema GetBindHint() override { return bindHint; }
-    void SetBindHint(const qxdb::Schema& schema) override { bindHint = schema; }
+    void SetBindHint(const qxdb::Schema& schema) override {
+        std::string line = "hint";
+        hintColumns.clear();
+        for (unsigned int i = 0; i < schema.GetNumberColumns(); ++i) {
+            line += " " + schema[i].GetName();
+            auto column = std::make_shared<qxdb::ColumnRecord>(
+                MakeParameter(schema[i].GetName(), schema[i].GetType(), schema[i].GetDirection()));
+            column->lobFlags = schema[i].GetLobFlags();
+            column->dateTimeFormat = schema[i].GetDateTimeFormat();
+            hintColumns.push_back(column);
+        }
+        state->Log(line);
+    }
     qxdb::StatementProperties& GetProperties() override { return properties; }
 
     void Cancel() noexcept override {
@@ -261,6 +321,11 @@ class ScriptStatement : public qxdb::StatementImpl, public std::enable_shared_fr
     std::shared_ptr<ScriptConnection> connection;
 
   private:
+    std::shared_ptr<qxdb::CursorImpl> NewCursor(const Result& result);
+    std::shared_ptr<ScriptParameters> NewParameters(ScriptParameters::Columns columns) const {
+        return std::make_shared<ScriptParameters>(
+            std::move(columns), [server = state](const std::string& line) { server->Log(line); });
+    }
     void SendOnce(const std::vector<qxdb::RawMessage>& messages, std::size_t stage) {
         if (sentStage >= stage)
             return;
@@ -271,8 +336,8 @@ class ScriptStatement : public qxdb::StatementImpl, public std::enable_shared_fr
 
     std::shared_ptr<State> state;
     ScriptProperties properties;
-    Result noParameters;
-    qxdb::Schema bindHint;
+    ScriptParameters::Columns hintColumns;
+    std::shared_ptr<ScriptParameters> parameters;
     std::string text;
     Step* step = nullptr;
     std::size_t position = 0;
@@ -335,7 +400,11 @@ class ScriptCursor : public qxdb::CursorImpl {
 std::shared_ptr<qxdb::CursorImpl> ScriptStatement::GetResults() {
     if (step == nullptr || position >= step->results.size())
         ThrowErrors("No result is available");
-    return std::make_shared<ScriptCursor>(shared_from_this(), step->results[position++]);
+    return NewCursor(step->results[position++]);
+}
+
+std::shared_ptr<qxdb::CursorImpl> ScriptStatement::NewCursor(const Result& result) {
+    return std::make_shared<ScriptCursor>(shared_from_this(), result);
 }
 
 std::shared_ptr<qxdb::StatementImpl> ScriptConnection::CreateStatement() {
@@ -423,6 +492,11 @@ void ScriptedServer::SetUnicode(bool unicode) {
     state->unicode = unicode;
 }
 
+void ScriptedServer::SetCapabilities(unsigned int mask) {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    state->capabilities = mask;
+}
+
 void ScriptedServer::FailSetCurrentDatabase(Errors errors) {
     const std::lock_guard<std::mutex> guard(state->mutex);
     state->databaseErrors = std::make_shared<Errors>(errors);
@@ -491,6 +565,11 @@ std::vector<std::string> ScriptedServer::Log() const {
 std::vector<std::string> ScriptedServer::Executed() const {
     const std::lock_guard<std::mutex> guard(state->mutex);
     return state->executed;
+}
+
+std::vector<std::string> ScriptedServer::Bound() const {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    return state->bound;
 }
 
 int ScriptedServer::CancelCount() const {

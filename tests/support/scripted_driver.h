@@ -21,6 +21,7 @@
 #include <deque>
 #include <functional>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -88,6 +89,9 @@ inline qxdb::ColumnRecord TextColumn(const std::string& name) {
 inline qxdb::ColumnRecord IntColumn(const std::string& name) {
     return MakeColumn(name, qxdb::Column::BindInt, "INTEGER");
 }
+// A parameter of a prepared statement.
+qxdb::ColumnRecord MakeParameter(const std::string& name, qxdb::Column::BindType type,
+                                 qxdb::DataType::Direction direction = qxdb::DataType::DirectionIn);
 // An aggregate under the 1-based select-list column `under`.
 qxdb::ColumnRecord ComputeColumn(const std::string& name, qxdb::Column::BindType type, int under);
 
@@ -160,6 +164,16 @@ class Step {
     Step& MessageAfter(qxdb::RawMessage message);
     // ResultSetAvailable throws behind the last result.
     Step& FailsAfter(Errors errors);
+    // The parameters that a Prepare finds. Without them those of the hint, if there is one.
+    Step& Parameters(const std::vector<qxdb::ColumnRecord>& columns);
+    // What a parameter (from 0) gives back when the statement has run: through its field, or into the storage
+    // bound to it, which must be of the type of the cell.
+    Step& Output(unsigned int position, Cell value);
+    Step& OutputCursor(unsigned int position, Result result);
+    // Prepare throws.
+    Step& FailsOnPrepare(Errors errors);
+    // Is prepared only: binding goes wrong.
+    Step& NeverExecuted();
 
     std::string sql;
     std::vector<std::function<void(qxdb::Callback*)>> onExecute;
@@ -169,6 +183,12 @@ class Step {
     std::shared_ptr<Errors> failureAfter;
     bool hangs = false;
     bool hangEndsByCancel = true;
+    std::vector<std::shared_ptr<const qxdb::Column>> parameters;
+    std::map<unsigned int, Cell> outputs;
+    std::map<unsigned int, Result> outputCursors;
+    std::shared_ptr<Errors> prepareFailure;
+    bool isOnlyPrepared = false;
+    bool wasPrepared = false;  // guarded by the server's mutex
 };
 
 // The server. Lives longer than its connections' use; scripts are written before the run. Its own operations
@@ -182,6 +202,8 @@ class ScriptedServer {
 
     void SetVersion(double version);
     void SetUnicode(bool unicode);
+    // What SupportsProperty gives: a bit for each of the Capabilities, all set at first.
+    void SetCapabilities(unsigned int mask);
     // SetCurrentDatabase throws these.
     void FailSetCurrentDatabase(Errors errors);
     // The server's configuration, and whether loading it gives true.
@@ -208,10 +230,15 @@ class ScriptedServer {
     bool WaitForHang();
 
     // What happened, in order: "callback on", "callback off", "database <name>", "timestamp format <text>",
-    // "maxrows 5" and other properties, "execute <sql>", "cancel", "load configuration <name>".
+    // "maxrows 5" and other properties, "execute <sql>", "cancel", "load configuration <name>"; of prepared
+    // statements "hint <names>", "get hint", "prepare <type> <sql>", "set <position> int 5" (also string 'x',
+    // null and so on), "bind <ordinal> in int 5", where out is the other direction.
     std::vector<std::string> Log() const;
     // The executed statements alone.
     std::vector<std::string> Executed() const;
+    // What the parameters of the statement executed last were bound to, in order: "int 5", "string 'x'",
+    // "bytes 0AFF", "null", "nothing", and for storage "in int 5" or "out int 5".
+    std::vector<std::string> Bound() const;
     int CancelCount() const;
     // Empty when everything went by the script.
     std::string Problems() const;

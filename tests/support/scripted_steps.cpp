@@ -44,6 +44,13 @@ qxdb::ColumnRecord MakeColumn(const std::string& name, qxdb::Column::BindType ty
     return column;
 }
 
+qxdb::ColumnRecord MakeParameter(const std::string& name, qxdb::Column::BindType type,
+                                 qxdb::DataType::Direction direction) {
+    qxdb::ColumnRecord parameter = MakeColumn(name, type);
+    parameter.direction = direction;
+    return parameter;
+}
+
 qxdb::ColumnRecord ComputeColumn(const std::string& name, qxdb::Column::BindType type, int under) {
     qxdb::ColumnRecord column = MakeColumn(name, type);
     column.computeColumn = under;
@@ -168,6 +175,32 @@ Step& Step::MessageAfter(qxdb::RawMessage message) {
 
 Step& Step::FailsAfter(Errors errors) {
     failureAfter = std::make_shared<Errors>(errors);
+    return *this;
+}
+
+Step& Step::Parameters(const std::vector<qxdb::ColumnRecord>& columns) {
+    for (const qxdb::ColumnRecord& column : columns)
+        parameters.push_back(std::make_shared<qxdb::ColumnRecord>(column));
+    return *this;
+}
+
+Step& Step::Output(unsigned int position, Cell value) {
+    outputs.insert_or_assign(position, std::move(value));
+    return *this;
+}
+
+Step& Step::OutputCursor(unsigned int position, Result result) {
+    outputCursors.insert_or_assign(position, std::move(result));
+    return *this;
+}
+
+Step& Step::FailsOnPrepare(Errors errors) {
+    prepareFailure = std::make_shared<Errors>(errors);
+    return *this;
+}
+
+Step& Step::NeverExecuted() {
+    isOnlyPrepared = true;
     return *this;
 }
 
