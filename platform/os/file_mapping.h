@@ -63,6 +63,11 @@ class QXSENG2_API TempFile {
     __int64 size = 0;
 };
 
+// Removes the names of all temporary files that are open in this process; their owners go on using them. For
+// an end of the process that leaves their owners behind, such as on a thread that never came back. Any
+// thread.
+QXSENG2_API void RemoveOpenTempFiles();
+
 // Views of a temporary file. One thread at a time (views themselves are plain memory).
 //
 // The address range of the whole file is set aside once in Open; a view is a slice of it, so that mapping

@@ -113,6 +113,21 @@ TEST(TempFileTest, IsRemovedWithItsObject) {
     EXPECT_TRUE(file.Create("QXHV_"));
 }
 
+TEST(TempFileTest, NamesOfOpenFilesCanBeRemovedBeforeTheirTime) {
+    TempFile open;
+    ASSERT_TRUE(open.Create("QXHV_"));
+    TempFile kept;
+    ASSERT_TRUE(kept.Create("QXHV_"));
+    const std::string keptPath = kept.Keep();
+    qxos::RemoveOpenTempFiles();
+    EXPECT_FALSE(Exists(open.GetPath()));
+    EXPECT_TRUE(Exists(keptPath));
+    EXPECT_TRUE(open.Resize(1000));
+    open.Close();
+    EXPECT_FALSE(open.IsOpen());
+    ::unlink(keptPath.c_str());
+}
+
 TEST(TempFileTest, DirectoryFollowsTheEnvironment) {
     {
         const TempDirScope scope("/some/where//");
