@@ -232,7 +232,8 @@ class ScriptedServer {
     // What happened, in order: "callback on", "callback off", "database <name>", "timestamp format <text>",
     // "maxrows 5" and other properties, "execute <sql>", "cancel", "load configuration <name>"; of prepared
     // statements "hint <names>", "get hint", "prepare <type> <sql>", "set <position> int 5" (also string 'x',
-    // null and so on), "bind <ordinal> in int 5", where out is the other direction.
+    // null and so on), "bind <ordinal> in int 5", where out is the other direction,
+    // and "bind <ordinal> out string '' of at most 80" for a text of limited length.
     std::vector<std::string> Log() const;
     // The executed statements alone.
     std::vector<std::string> Executed() const;

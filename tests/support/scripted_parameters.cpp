@@ -72,6 +72,12 @@ std::string ShownStorage(qxdb::BoundStorage storage) {
         storage);
 }
 
+// Only where the caller limits a text.
+std::string ShownCapacity(const qxdb::BoundStorage& storage) {
+    const auto* const text = std::get_if<qxdb::BasicFixedString<char>>(&storage);
+    return text == nullptr || text->Capacity() < 0 ? "" : " of at most " + std::to_string(text->Capacity());
+}
+
 // Writes an output value of the very type of the storage.
 void Store(qxdb::BoundStorage storage, const Cell::Value& cell) {
     std::visit(
@@ -151,7 +157,7 @@ ScriptParameters::ScriptParameters(Columns described, LogLine writeLog)
 void ScriptParameters::Bind(qxdb::DataType::Direction direction, unsigned int ordinal,
                             const qxdb::BoundStorage& value, long* indicator) {
     log("bind " + std::to_string(ordinal) + " " + Name(direction) + ShownStorage(value) +
-        (indicator == nullptr ? "" : " with indicator"));
+        ShownCapacity(value) + (indicator == nullptr ? "" : " with indicator"));
     if (ordinal == 0 || ordinal > slots.size())
         throw MakeErrors("There is no parameter " + std::to_string(ordinal));
     slots[ordinal - 1].storage.emplace(value);
