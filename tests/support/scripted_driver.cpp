@@ -39,13 +39,16 @@ struct ScriptedServer::State {
     bool acceptOthers = false;
     bool released = false;
     int hanging = 0;
-    int cancelMs = 0;
+    std::function<void()> onCancel;
+    bool cancelEndsStatementFirst = false;
 
     std::vector<std::string> log;
     std::vector<std::string> executed;
     std::vector<std::string> bound;
     std::string problems;
     int cancels = 0;
+    int statements = 0;
+    std::vector<std::thread::id> statementEnds;
 
     void Log(const std::string& line) {
         const std::lock_guard<std::mutex> guard(mutex);
@@ -220,7 +223,15 @@ class ScriptStatement : public qxdb::StatementImpl, public std::enable_shared_fr
         : connection(std::move(owner)),
           state(connection->state),
           properties(connection->state),
-          parameters(NewParameters({})) {}
+          parameters(NewParameters({})) {
+        const std::lock_guard<std::mutex> guard(state->mutex);
+        ++state->statements;
+    }
+    ~ScriptStatement() override {
+        const std::lock_guard<std::mutex> guard(state->mutex);
+        --state->statements;
+        state->statementEnds.push_back(std::this_thread::get_id());
+    }
 
     void SetStatement(const std::string& sql) override {
         text = sql;
@@ -299,15 +310,17 @@ class ScriptStatement : public qxdb::StatementImpl, public std::enable_shared_fr
     qxdb::StatementProperties& GetProperties() override { return properties; }
 
     void Cancel() noexcept override {
-        int sleepMs = 0;
+        std::function<void()> action;
         {
             const std::lock_guard<std::mutex> guard(state->mutex);
             state->log.push_back("cancel");
             ++state->cancels;
-            sleepMs = state->cancelMs;
+            action = state->onCancel;
+            cancelled = cancelled || state->cancelEndsStatementFirst;
+            state->changed.notify_all();
         }
-        if (sleepMs > 0)
-            std::this_thread::sleep_for(std::chrono::milliseconds(sleepMs));
+        if (action)
+            action();
         const std::lock_guard<std::mutex> guard(state->mutex);
         cancelled = true;
         state->changed.notify_all();
@@ -541,9 +554,10 @@ void ScriptedServer::Release() {
     state->changed.notify_all();
 }
 
-void ScriptedServer::SetCancelTakesMs(int milliseconds) {
+void ScriptedServer::OnCancel(std::function<void()> action, bool endsStatementFirst) {
     const std::lock_guard<std::mutex> guard(state->mutex);
-    state->cancelMs = milliseconds;
+    state->onCancel = std::move(action);
+    state->cancelEndsStatementFirst = endsStatementFirst;
 }
 
 bool ScriptedServer::WaitForExecutions(int count) {
@@ -575,6 +589,16 @@ std::vector<std::string> ScriptedServer::Bound() const {
 int ScriptedServer::CancelCount() const {
     const std::lock_guard<std::mutex> guard(state->mutex);
     return state->cancels;
+}
+
+int ScriptedServer::StatementCount() const {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    return state->statements;
+}
+
+std::vector<std::thread::id> ScriptedServer::StatementEnds() const {
+    const std::lock_guard<std::mutex> guard(state->mutex);
+    return state->statementEnds;
 }
 
 std::string ScriptedServer::Problems() const {

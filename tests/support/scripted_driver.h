@@ -25,6 +25,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <utility>
 #include <variant>
@@ -222,8 +223,9 @@ class ScriptedServer {
 
     // Lets statements go on that hang and do not heed a cancel.
     void Release();
-    // Statement::Cancel does not return for so long.
-    void SetCancelTakesMs(int milliseconds);
+    // Statement::Cancel runs `action` before it returns, on the thread that calls it. The statement learns of
+    // the cancel behind it or, with `endsStatementFirst`, before it.
+    void OnCancel(std::function<void()> action, bool endsStatementFirst = false);
     // Waits up to 10 seconds until `count` statements were executed (begun).
     bool WaitForExecutions(int count);
     // Waits up to 10 seconds until a statement hangs.
@@ -241,6 +243,10 @@ class ScriptedServer {
     // "bytes 0AFF", "null", "nothing", and for storage "in int 5" or "out int 5".
     std::vector<std::string> Bound() const;
     int CancelCount() const;
+    // Statements that somebody still has a handle on.
+    int StatementCount() const;
+    // The threads that dropped the last handles of the others, in order.
+    std::vector<std::thread::id> StatementEnds() const;
     // Empty when everything went by the script.
     std::string Problems() const;
     // Fails the running test when there are problems.
