@@ -11,4 +11,6 @@ qx_add_test(platform_services_test
     string_utils_test.cpp
     thread_test.cpp
     variant_test.cpp
+    window_test.cpp
+    window_threads_test.cpp
   LIBS qx_platform)
