@@ -74,7 +74,7 @@ class QXSENG2_API CSingleRequestDirector : public ErrorCallback,
 
     void OnError(const Errors& errors) override;
     // Ends all notifications and cancels the run. Does not wait for the run to end, but for the driver's
-    // cancel, for 2 seconds at most. Also within a callback.
+    // cancel, for 2 seconds at most. Also within a callback or the notification of a window.
     virtual ~CSingleRequestDirector();
     CSingleRequestDirector(const CSingleRequestDirector&) = delete;
     CSingleRequestDirector& operator=(const CSingleRequestDirector&) = delete;
