@@ -1,10 +1,12 @@
 #include "dbms/dbms_handler.h"
 
+#include <charconv>
 #include <locale>
 #include <sstream>
 #include <utility>
 
 #include "dbms/mysql_handler.h"
+#include "dbms/oracle_handler.h"
 #include "dbms/string_table.h"
 #include "engine/cancellation.h"
 #include "platform/qxutils/qx_exception.h"
@@ -25,28 +27,10 @@ const char* MissingHandler(qxdb::DBTYPE type) {
             return "Microsoft SQL Server";
         case qxdb::DBTYPE_DB2:
             return "DB2 for LUW";
-        case qxdb::DBTYPE_ORACLE:
-            return "Oracle";
         case qxdb::DBTYPE_DB2OS390:
             return "DB2 for OS/390";
         default:
             return nullptr;
-    }
-}
-
-// The number of a probing query, whatever integral or exact type the server counts in.
-int ReadInt(qxdb::Field& field) {
-    switch (field.GetType()) {
-        case qxdb::Column::BindShort:
-            return field.AsShort();
-        case qxdb::Column::BindLong:
-            return static_cast<int>(field.AsLong());
-        case qxdb::Column::BindInt64:
-            return static_cast<int>(field.AsBigInt());
-        case qxdb::Column::BindDecimal:
-            return static_cast<int>(field.AsDecimal().AsBigInt());
-        default:
-            return field.AsInt();
     }
 }
 
@@ -60,6 +44,8 @@ std::unique_ptr<DBMSHandler> DBMSHandler::Create(SQLRequest& request, qxdb::DBTY
         throw qxutils::QXException("The handler for " + std::string(server) +
                                    " is not available in this build");
     switch (type) {
+        case qxdb::DBTYPE_ORACLE:
+            return std::make_unique<OracleHandler>(request);
         case qxdb::DBTYPE_MYSQL:
             return std::make_unique<MySQLHandler>(request);
         default:
@@ -193,6 +179,19 @@ void DBMSHandler::ExecuteCommand(qxdb::Connection& connection, const std::string
     }
 }
 
+void DBMSHandler::StoreCommandResults(qxdb::Connection& connection, const std::string& text,
+                                      ResultSetType type) {
+    CheckCancelled();
+    qxdb::Statement statement = connection.CreateStatement(qxdb::CursorDefault, 1);
+    statement.SetStatement(text);
+    statement.Execute();
+    while (statement.ResultSetAvailable()) {
+        qxdb::Cursor cursor = statement.GetResults(1, "");
+        if (!request.HandleCursor(cursor, type, ""))
+            return;
+    }
+}
+
 std::string DBMSHandler::GetQueryText(const std::string& first, const std::string& second, int stringId) {
     if (first.empty() && second.empty())
         return ResourceLoader::LoadString(stringId);
@@ -217,13 +216,38 @@ void DBMSHandler::ForEachRow(qxdb::Connection& connection, const std::string& te
     }
 }
 
+// Servers count in whatever integral or exact type they like.
+int DBMSHandler::ReadInt(qxdb::Field& field) {
+    if (field.IsNull())
+        return 0;
+    switch (field.GetType()) {
+        case qxdb::Column::BindShort:
+            return field.AsShort();
+        case qxdb::Column::BindLong:
+            return static_cast<int>(field.AsLong());
+        case qxdb::Column::BindInt64:
+            return static_cast<int>(field.AsBigInt());
+        case qxdb::Column::BindDecimal:
+            return static_cast<int>(field.AsDecimal().AsBigInt());
+        case qxdb::Column::BindDouble:
+            return static_cast<int>(field.AsDouble());
+        case qxdb::Column::BindString: {
+            const std::string text = field.AsString();
+            int value = 0;
+            std::from_chars(text.data(), text.data() + text.size(), value);
+            return value;
+        }
+        default:
+            return field.AsInt();
+    }
+}
+
 int DBMSHandler::GetIntQueryResults(qxdb::Connection& connection, const std::string& first,
                                     const std::string& second, int stringId) {
     int value = 0;
     const std::string text = GetQueryText(first, second, stringId);
     if (!text.empty())
-        ForEachRow(connection, text,
-                   [&value](qxdb::Field& field) { value = field.IsNull() ? 0 : ReadInt(field); });
+        ForEachRow(connection, text, [&value](qxdb::Field& field) { value = ReadInt(field); });
     return value;
 }
 

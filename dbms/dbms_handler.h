@@ -52,8 +52,8 @@ class QXSENG2_API DBMSHandler : public qxdb::ErrorRecordCallback {
     static const char* const SQL_OPTION_OFF;  // "OFF"
 
     // The handler of a server type; any type without one of its own gets a plain DBMSHandler. Throws
-    // QXException for the types whose handler this build does not have: Sybase, SQL Server, DB2 in both
-    // families and Oracle. `request` must outlive the handler.
+    // QXException for the types whose handler this build does not have: Sybase, SQL Server and DB2 in both
+    // families. `request` must outlive the handler.
     static std::unique_ptr<DBMSHandler> Create(SQLRequest& request, qxdb::DBTYPE type);
 
     ~DBMSHandler() override;
@@ -146,6 +146,9 @@ class QXSENG2_API DBMSHandler : public qxdb::ErrorRecordCallback {
     // Runs a text and drops its rows; derived handlers store them as a result set of `type`.
     virtual void ExecuteCommand(qxdb::Connection& connection, const std::string& text, ResultSetType type);
     virtual void SaveNotifyMessage(const std::string& text);
+    // Runs a text; each of its results becomes a result set of `type`. Ends at the first that fails, which is
+    // then reported. What handlers with result sets of their own do in ExecuteCommand.
+    void StoreCommandResults(qxdb::Connection& connection, const std::string& text, ResultSetType type);
 
     // Option id to row of the string table, by the server's version.
     void SetOptionsIDSMap(const qxdb::Connection& connection);
@@ -156,6 +159,8 @@ class QXSENG2_API DBMSHandler : public qxdb::ErrorRecordCallback {
                            int stringId);
     std::string GetStrQueryResults(qxdb::Connection& connection, const std::string& first,
                                    const std::string& second, int stringId);
+    // The number of a field of any numeric type, or of a text that is one; 0 for null.
+    static int ReadInt(qxdb::Field& field);
 
     // What derived handlers need of the request; each forwards to its operation of the same name.
     SmartPtr<DataStorage> GetData();

@@ -33,6 +33,11 @@ std::size_t GetOptionRowCount();
 // Options that a handler acts upon by itself.
 constexpr unsigned int MaxErrorCountOption = 50147;
 constexpr unsigned int SpecificParserOption = 50385;
+constexpr unsigned int OracleServerOutputOption = 50149;
+constexpr unsigned int OracleOutputBufferSizeOption = 50206;
+constexpr unsigned int OracleExecutionInformationOption = 50306;
+constexpr unsigned int OracleMaxRowCountOption = 50313;
+constexpr unsigned int OracleLobStreamSizeOption = 50331;
 constexpr unsigned int MySQLStartUpCommandsOption = 50424;
 constexpr unsigned int MySQLMaxRowCountOption = 50463;
 

@@ -1,6 +1,7 @@
 #include "dbms/row_uses.h"
 
 #include "dbms/option_table.h"
+#include "dbms/oracle_handler.h"
 
 namespace qxdbsqlengine {
 
@@ -11,6 +12,8 @@ std::vector<RowUse> GetRowUses() {
         const OptionRow& entry = GetOptionRows()[i];
         uses.push_back({entry.row, entry.server == qxdb::DBTYPE_ORACLE ? 0 : 1});
     }
+    for (const RowUse& use : OracleHandler::GetRowUses())
+        uses.push_back(use);
     return uses;
 }
 

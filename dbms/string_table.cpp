@@ -20,8 +20,24 @@ namespace {
     "ranges)'"
 #define PARSE_COUNTERS "'parse count (hard)','parse count (total)','parse time cpu','parse time elapsed'"
 
+// Oracle's plan table by release; the statement begins in row 2636.
+#define PLAN_COLUMNS                                                                                \
+    "optimizer VARCHAR2(255),search_columns NUMERIC,id NUMERIC,parent_id NUMERIC,position NUMERIC," \
+    "cost NUMBER NULL,cardinality NUMBER NULL,bytes NUMBER NULL,other_tag VARCHAR2(255) NULL,"      \
+    "partition_start VARCHAR2(255),partition_stop VARCHAR2(255),partition_id NUMERIC,other LONG"
+#define PLAN_COLUMNS_9                                                                \
+    PLAN_COLUMNS                                                                      \
+    ",distribution varchar2(30),cpu_cost numeric,io_cost numeric,temp_space numeric," \
+    "access_predicates varchar2(4000),filter_predicates varchar2(4000)"
+#define PLAN_COLUMNS_10 \
+    PLAN_COLUMNS_9 ",projection varchar2(4000),time numeric,qblock_name varchar2(30),other_xml clob"
+#define PLAN_QUERY(COLUMNS)                                                                                 \
+    "SELECT OPERATION,OPTIONS,OBJECT_OWNER,OBJECT_NAME,OBJECT_TYPE,OBJECT_INSTANCE,ID,PARENT_ID,POSITION, " \
+    "COST, CARDINALITY, BYTES" COLUMNS " FROM %s WHERE STATEMENT_ID='%s' ORDER BY id"
+
 // Texts stay as they are, spellings and the missing heading of row 139 included.
 constexpr StringRow SqlRows[] = {
+    {133, "DBMS_OUTPUT Results Batch "},
     {135, "SET FMTONLY %s"},
     {136, SESSION_STATISTICS("N.NAME \"I/O Activity\"", IO_COUNTERS ",'user calls'")},
     {137, SESSION_STATISTICS("N.NAME \"I/O Activity\"", IO_COUNTERS)},
@@ -39,6 +55,14 @@ constexpr StringRow SqlRows[] = {
     {145, SESSION_STATISTICS("N.NAME \"Wait Activity\"",
                              "'application wait time','cluster wait time','concurrency wait time',"
                              "'enqueue waits','redo log space wait time','user I/O wait time'")},
+    {2636,
+     "CREATE TABLE %s(statement_id VARCHAR2(30),timestamp DATE,remarks VARCHAR2(80),operation VARCHAR2(30),"
+     "options VARCHAR2(30),object_node VARCHAR2(128),object_owner VARCHAR2(30),object_name VARCHAR2(30),"
+     "object_instance NUMERIC ,object_type VARCHAR2(30),"},
+    {2637, PLAN_COLUMNS ")"},
+    {2638, "SELECT COUNT(*) FROM %s WHERE 1 = 0"},
+    {2639, "EXPLAIN PLAN SET STATEMENT_ID='%s' INTO %s FOR "},
+    {2641, PLAN_QUERY(", PARTITION_START, PARTITION_STOP, STATEMENT_ID")},
     {2642, "SET ARITHABORT ARITH_OVERFLOW %s"},
     {2643, "SET ARITHABORT NUMERIC_TRUNCATION %s"},
     {2644, "SET ANSINULL %s"},
@@ -58,6 +82,10 @@ constexpr StringRow SqlRows[] = {
     {2666, "SET STATISTICS SUBQUERYCACHE %s"},
     {2667, "SET STATISTICS TIME %s"},
     {2668, "SET TABLE COUNT %d"},
+    {2689, "SELECT COST FROM %s WHERE 1 = 0"},
+    {2690, "DROP TABLE %s.%s"},
+    {2760, "SELECT DISTINCT USER FROM DUAL"},
+    {2761, "DROP TABLE \"%s\".%s"},
     {2778, "SET ANSI_NULL_DFLT_ON %s"},
     {2779, "SET ANSI_PADDING %s"},
     {2780, "SET ANSI_WARNINGS %s"},
@@ -69,6 +97,10 @@ constexpr StringRow SqlRows[] = {
     {2785, SESSION_STATISTICS("N.NAME \"Sort Activity\"",
                               "'table fetch continued row','sorts (memory)','sorts (disk)','sorts(rows)',"
                               "'rows processed'")},
+    {2790, "SELECT 'Before' \"Execution Information\", SYSDATE \"VALUE\" FROM DUAL"},
+    {2791, SESSION_STATISTICS("N.NAME \"Execution Information\"", "'CPU used by this session'")},
+    {2792, "SELECT 'After' \"Execution Information\", SYSDATE \"VALUE\" FROM DUAL"},
+    {2812, PLAN_QUERY("")},
     {2819, "set interactive_timeout=%d"},
     {2820, "set sql_big_selects=%s"},
     {2821, "set sql_log_off=%s"},
@@ -91,6 +123,8 @@ constexpr StringRow SqlRows[] = {
     {2838, "set last_insert_id=%d"},
     {2839, "set character_set_client=%s"},
     {2840, "set sql_big_tables=%s"},
+    {2940, PLAN_COLUMNS_9 ")"},
+    {2941, PLAN_COLUMNS_10 ")"},
     {19547, "SET CONCAT_NULL_YIELDS_NULL %s"},
 };
 
@@ -98,6 +132,10 @@ constexpr StringRow SqlRows[] = {
 #undef IO_COUNTERS
 #undef INDEX_COUNTERS
 #undef PARSE_COUNTERS
+#undef PLAN_COLUMNS
+#undef PLAN_COLUMNS_9
+#undef PLAN_COLUMNS_10
+#undef PLAN_QUERY
 
 constexpr bool AreRowsSorted() {
     for (std::size_t i = 1; i < std::size(SqlRows); ++i) {

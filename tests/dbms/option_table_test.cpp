@@ -1,0 +1,116 @@
+#include "dbms/option_table.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "dbms/option_values.h"
+#include "platform/qxutils/qx_exception.h"
+
+namespace qxdbsqlengine {
+namespace {
+
+using Ids = std::vector<unsigned int>;
+
+Ids IdsOf(qxdb::DBTYPE server, double version) {
+    Ids ids;
+    for (const OptionInfo& info : DescribeOptions(server, version)) {
+        EXPECT_NE(info.text, "") << info.option;
+        ids.push_back(info.option);
+    }
+    return ids;
+}
+
+TEST(OptionTableTest, EachServerHasItsOptionsInOrder) {
+    EXPECT_EQ(IdsOf(qxdb::DBTYPE_OTHER, 1.0), (Ids{50147, 50385}));
+    EXPECT_EQ(IdsOf(qxdb::DBTYPE_MYSQL, 3.0), (Ids{50147, 50385, 50403, 50404, 50405, 50423, 50424, 50463}));
+    EXPECT_EQ(IdsOf(qxdb::DBTYPE_MYSQL, 5.0),
+              (Ids{50147, 50385, 50402, 50403, 50404, 50405, 50406, 50407, 50408, 50409, 50410, 50411, 50412,
+                   50413, 50414, 50415, 50416, 50418, 50419, 50420, 50421, 50422, 50423, 50424, 50463}));
+    EXPECT_EQ(IdsOf(qxdb::DBTYPE_ORACLE, 9.2),
+              (Ids{50147, 50149, 50206, 50287, 50288, 50289, 50306, 50313, 50331, 50448, 50449, 50450}));
+    EXPECT_EQ(IdsOf(qxdb::DBTYPE_ORACLE, 10.0), (Ids{50147, 50149, 50206, 50287, 50288, 50289, 50306, 50313,
+                                                     50331, 50448, 50449, 50450, 50451, 50452}));
+}
+
+TEST(OptionTableTest, TextsAndKinds) {
+    const std::vector<OptionInfo> mysql = DescribeOptions(qxdb::DBTYPE_MYSQL, 5.0);
+    std::map<unsigned int, OptionInfo> byId;
+    for (const OptionInfo& info : mysql)
+        byId[info.option] = info;
+    EXPECT_EQ(byId[50403].text, "set sql_big_selects=%s");
+    EXPECT_EQ(byId[50403].kind, OptionKind::Flag);
+    EXPECT_EQ(byId[50402].kind, OptionKind::Number);
+    EXPECT_EQ(byId[50414].kind, OptionKind::Text);
+    EXPECT_EQ(byId[50424].kind, OptionKind::Text);
+    EXPECT_EQ(byId[50424].text, "commands run before the first statement, separated by ;");
+}
+
+TEST(OptionTableTest, NoOptionIsNamedTwice) {
+    for (const qxdb::DBTYPE server : {qxdb::DBTYPE_SYBASE, qxdb::DBTYPE_SQLSERVER, qxdb::DBTYPE_DB2,
+                                      qxdb::DBTYPE_ORACLE, qxdb::DBTYPE_DB2OS390, qxdb::DBTYPE_MYSQL}) {
+        const Ids ids = IdsOf(server, 100.0);
+        for (std::size_t i = 1; i < ids.size(); ++i)
+            EXPECT_LT(ids[i - 1], ids[i]) << server;
+    }
+}
+
+// Values.
+
+const OptionMap values = {{1, _variant_t(5L)},        {2, _variant_t(7)},     {3, _variant_t("12")},
+                          {4, _variant_t(true)},      {5, _variant_t(false)}, {6, _variant_t("text")},
+                          {7, _variant_t()},          {8, _variant_t(2.0)},   {9, _variant_t("")},
+                          {10, _variant_t(L"\u00e4")}};
+
+TEST(OptionValuesTest, NumbersAndFlagsConvert) {
+    EXPECT_EQ(FindIntOption(values, 1), 5);
+    EXPECT_EQ(FindIntOption(values, 2), 7);
+    EXPECT_EQ(FindIntOption(values, 3), 12);
+    EXPECT_EQ(FindIntOption(values, 7), 0);
+    EXPECT_EQ(FindIntOption(values, 8), 2);
+    EXPECT_EQ(FindIntOption(values, 99), std::nullopt);
+    EXPECT_EQ(FindBoolOption(values, 4), true);
+    EXPECT_EQ(FindBoolOption(values, 5), false);
+    EXPECT_EQ(FindBoolOption(values, 1), true);
+    EXPECT_EQ(FindBoolOption(values, 7), false);
+    EXPECT_EQ(FindBoolOption(values, 99), std::nullopt);
+}
+
+TEST(OptionValuesTest, TextsDoNot) {
+    EXPECT_EQ(FindTextOption(values, 6), "text");
+    EXPECT_EQ(FindTextOption(values, 7), "");
+    EXPECT_EQ(FindTextOption(values, 9), "");
+    EXPECT_EQ(FindTextOption(values, 10), "\xC3\xA4");
+    EXPECT_EQ(FindTextOption(values, 99), std::nullopt);
+    for (const unsigned int option : {1u, 4u, 8u})
+        EXPECT_THROW(FindTextOption(values, option), qxutils::QXException) << option;
+}
+
+TEST(OptionValuesTest, ValueThatDoesNotConvertIsNamed) {
+    try {
+        FindIntOption(values, 6);
+        FAIL() << "no exception";
+    } catch (const qxutils::QXException& failure) {
+        EXPECT_STREQ(failure.what(), "Query option 6 has a value of a wrong type");
+    }
+    EXPECT_THROW(FindBoolOption(values, 6), qxutils::QXException);
+}
+
+TEST(OptionValuesTest, CurrentValuesComeBeforeDefaults) {
+    const OptionMap defaults = {{1, _variant_t(1L)}, {2, _variant_t(2L)}};
+    const OptionMap options = {{2, _variant_t(20L)}};
+    EXPECT_EQ(ReadIntOption(defaults, options, 1, -1), 1);
+    EXPECT_EQ(ReadIntOption(defaults, options, 2, -1), 20);
+    EXPECT_EQ(ReadIntOption(defaults, options, 3, -1), -1);
+}
+
+TEST(OptionValuesTest, OnlyATrueFlagIsOn) {
+    for (const auto& value : values)
+        EXPECT_EQ(IsOptionOn(values, value.first), value.first == 4) << value.first;
+    EXPECT_FALSE(IsOptionOn(values, 99));
+}
+
+}  // namespace
+}  // namespace qxdbsqlengine
