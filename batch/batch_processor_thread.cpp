@@ -83,6 +83,11 @@ qxos::ComponentModule& QXDBBatchProcessorThread::Module() {
     return CQXDBSQLModule::Instance();
 }
 
+void QXDBBatchProcessorThread::FinalRelease() {
+    parser.Reset();
+    parserFactory.Reset();
+}
+
 void QXDBBatchProcessorThread::SetParameters(qxdb::DBTYPE type, double serverVersion,
                                              const std::string& newText, bool isFile,
                                              const std::string& separator, bool genericParser,
@@ -97,12 +102,12 @@ void QXDBBatchProcessorThread::SetParameters(qxdb::DBTYPE type, double serverVer
 }
 
 void QXDBBatchProcessorThread::StartProcessing(qxutils::Event& newEvent) {
-    if (version < 0)
+    if (version < 0 || GetStatus() != StatusNotStarted)
         return;
     event = &newEvent;
     processingComplete = false;
     closed = false;
-    if (Start() == nullptr && GetStatus() == StatusNotStarted) {
+    if (Start() == nullptr) {
         Fail(E_OUTOFMEMORY, "The system gives no thread to read the script.");
         End();
         DeleteScript();

@@ -72,6 +72,8 @@ class QXSENG2_API QXDBBatchProcessorThread : public qxutils::Thread, public IQXB
     HRESULT STDMETHODCALLTYPE ProcessingComplete() override;
 
     static qxos::ComponentModule& Module();
+    // Drops the parser and the factory; the thread has ended.
+    void FinalRelease();
 
   protected:
     // Makes the parser. Throws _com_error.

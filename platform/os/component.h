@@ -211,12 +211,16 @@ class QXSENG2_API ComponentModule {
 
 // A component object within another object, which ends it: it counts its references but does not go with the
 // last one. `Base` names its interface (`using Interface = …`, which has an `Iid`) and its module (`static
-// ComponentModule& Module()`).
+// ComponentModule& Module()`), and lets go of other components in `FinalRelease()`: those may still drop
+// references to this object then, which is whole.
 template <class Base>
 class CComObject final : public Base {
   public:
     CComObject() { Base::Module().Lock(); }
-    ~CComObject() override { Base::Module().Unlock(); }
+    ~CComObject() override {
+        this->FinalRelease();
+        Base::Module().Unlock();
+    }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** object) override {
         if (object == nullptr)
