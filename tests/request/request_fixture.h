@@ -88,23 +88,31 @@ class OpenRequest : public SQLRequest {
     using SQLRequest::BindParametersByName;
     using SQLRequest::BindParametersByOrdinal;
     using SQLRequest::BindStatementWithOutputPatameter;
+    using SQLRequest::BuildExcludeIndex;
     using SQLRequest::BuildNameMap;
     using SQLRequest::CompressOnColumns;
     using SQLRequest::ContainsSingleSelectStmt;
+    using SQLRequest::ConvertFieldIndexToParameterIndex;
     using SQLRequest::CopyData;
     using SQLRequest::CreateParameterResultset;
     using SQLRequest::errorCount;
     using SQLRequest::ExecuteBatchItem;
+    using SQLRequest::GenerateParameterList;
     using SQLRequest::GetHandler;
+    using SQLRequest::GetInputIndex;
+    using SQLRequest::GetParameterIndexByName;
+    using SQLRequest::GetProvidedNamedInputIndex;
     using SQLRequest::GetStartOutputParamIndex;
     using SQLRequest::HandleCursor;
     using SQLRequest::HandleCursorOutputParameters;
     using SQLRequest::HandleEmptyResultSet;
     using SQLRequest::HandleOutputParameters;
     using SQLRequest::inBatchItem;
+    using SQLRequest::IncludeInputParameterOnly;
     using SQLRequest::inMessageResultSet;
     using SQLRequest::inResultSet;
     using SQLRequest::IsStatementWithOutputParameter;
+    using SQLRequest::LookupParameter;
     using SQLRequest::MaxErrorsOccurred;
     using SQLRequest::noOutput;
     using SQLRequest::ParseGenerateInsertTableName;
@@ -113,6 +121,7 @@ class OpenRequest : public SQLRequest {
     using SQLRequest::PrepareForExecution;
     using SQLRequest::PrepareProcedure;
     using SQLRequest::PrepareSQL;
+    using SQLRequest::SyncParametersWithSchema;
 
     void NotifyResultSetUpdate(int rows, bool force) override {
         updates.push_back({rows, force});
@@ -138,12 +147,12 @@ class OpenRequest : public SQLRequest {
 
 class RequestTest : public ::testing::Test {
   protected:
-    RequestTest()
+    explicit RequestTest(qxdbsqlengine::SchemaCallback* schemaCallback = nullptr)
         : notifications(new qxdbsqlengine::NotificationCallbacks()),
           lender(new CountingConnectionCallback(server)),
           store(NewStore()),
           owner(new OpenRequest(notifications, SmartPtr<qxdbsqlengine::ConnectionRequestCallback>(lender),
-                                store, nullptr, "")),
+                                store, schemaCallback, "")),
           request(*owner) {
         hold = qxdbsqlengine::RequestPtr(owner);
         calls.AddTo(*notifications);
