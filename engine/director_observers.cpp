@@ -1,9 +1,9 @@
 // The director's own notifications, which it hands on to the windows that watch it.
 #include <algorithm>
-#include <stdexcept>
 
 #include "engine/director.h"
 #include "engine/observers.h"
+#include "platform/os/debug_output.h"
 #include "platform/qxutils/lock_guard.h"
 
 namespace qxdbsqlengine {
@@ -102,15 +102,18 @@ std::vector<HWND>* CSingleRequestDirector::GetObservers(ObserverType type) {
 // handed out.
 CSingleRequestDirector::Audience CSingleRequestDirector::LeaveCall(const void* callback, ObserverType type,
                                                                    Step underLock) {
+    Audience audience{{}, silent};
     ReadLockGuard observing(observerLock, true);
     if (underLock != nullptr) {
         (this->*underLock)();
     }
-    if (!observing.IsLocked()) {
-        throw std::runtime_error("Unable to acquire lock!");
+    if (observing.IsLocked()) {
+        audience.windows = *GetObservers(type);
+        observing.Unlock();
+    } else {
+        // No reason to fail the run, whose end must be seen here.
+        qxos::OutputDebugStringA("The windows of a director could not be read.");
     }
-    Audience audience{*GetObservers(type), silent};
-    observing.Unlock();
     notificationCallbacks->EndCall(callback);
     return audience;
 }

@@ -483,6 +483,61 @@ TEST_F(NotificationTest, WaitForCallsSeesOtherThreads) {
     walker.join();
 }
 
+// A callback that has let its object go does not hold up the object's end, though its call goes on.
+TEST_F(NotificationTest, EndedCallsAreNotWaitedFor) {
+    std::atomic<bool> ended{false};
+    std::atomic<bool> leave{false};
+    const void* const noted = static_cast<ExecutionCallback*>(&calls);
+    calls.OnLine([&](const std::string& line) {
+        if (line != "OnExecuteBegin") {
+            return;
+        }
+        list->EndCall(static_cast<ErrorCallback*>(&calls));  // of an object that is not called
+        list->EndCall(noted);
+        list->EndCall(noted);
+        ended = true;
+        while (!leave) {
+            std::this_thread::yield();
+        }
+        // A call within the call counts for itself, and its end is not this one's.
+        request.NotifyExecuteEnd();
+    });
+    list->EndCall(noted);  // outside of a call
+    std::thread walker([this] { request.NotifyExecuteBegin(); });
+    while (!ended) {
+        std::this_thread::yield();
+    }
+    EXPECT_TRUE(list->WaitForCalls({noted}, 0));
+    leave = true;
+    walker.join();
+    EXPECT_EQ(calls.AllLines(), (Lines{"OnExecuteBegin", "OnExecuteEnd"}));
+}
+
+TEST_F(NotificationTest, CallWithinAnEndedCallIsWaitedFor) {
+    std::atomic<bool> inside{false};
+    std::atomic<bool> leave{false};
+    const void* const noted = static_cast<ExecutionCallback*>(&calls);
+    calls.OnLine([&](const std::string& line) {
+        if (line == "OnExecuteBegin") {
+            list->EndCall(noted);
+            request.NotifyExecuteEnd();
+            return;
+        }
+        inside = true;
+        while (!leave) {
+            std::this_thread::yield();
+        }
+    });
+    std::thread walker([this] { request.NotifyExecuteBegin(); });
+    while (!inside) {
+        std::this_thread::yield();
+    }
+    EXPECT_FALSE(list->WaitForCalls({noted}, 10));
+    leave = true;
+    EXPECT_TRUE(list->WaitForCalls({noted}, 10000));
+    walker.join();
+}
+
 // After Remove and WaitForCalls an object may go, whatever walks are under way.
 TEST_F(NotificationTest, RegisteringWhileWalking) {
     std::atomic<bool> stop{false};
