@@ -408,11 +408,12 @@ TEST_F(ForcedBindingTest, ACallThatDoesNotNameTheReturnValueBeginsBehindIt) {
 }
 
 TEST_F(ForcedBindingTest, TextsOfTimestampsAreReadInTheFormatThatWasFound) {
-    server.Expect("p").Parameters({In("t", Column::BindTimestamp)});
-    request.GenerateParameterList({"12/31/2006 10:00:00"});
+    server.Expect("p").Parameters({In("t", Column::BindTimestamp), In("u", Column::BindTimestamp)});
+    request.GenerateParameterList({"12/31/2006 10:00:00", "1/2/2006"});
     request.SetSQL("p", SQLRequest::RequestProcedure, false, false);
     ASSERT_TRUE(request.Execute(Def(qxdb::DBTYPE_DB2)));
-    EXPECT_EQ(server.Bound(), (Lines{"timestamp 12/31/2006 10:00:00.000"}));
+    EXPECT_EQ(server.Bound(),
+              (Lines{"timestamp 12/31/2006 10:00:00.000", "timestamp 01/02/2006 00:00:00.000"}));
 }
 
 TEST_F(BindingTest, TheCloneOfADirectorTellsWhoTheFirstRequestTold) {
