@@ -163,6 +163,7 @@ bool SQLRequest::TryItem(qxdb::Connection& connection, const std::function<bool(
     } catch (const CancelledException&) {
         throw;
     } catch (Errors& errors) {
+        CheckCancelled();  // what the server says to its own cancel is no error
         handler->HandleErrors(errors, connection);
     } catch (const std::exception& failure) {
         NotifyErrorText(failure.what());
@@ -235,6 +236,7 @@ bool SQLRequest::RunStatement(qxdb::Statement& running, qxdb::Connection& connec
         NotifyExecuteEnd();
         return true;
     } catch (Errors& errors) {
+        CheckCancelled();  // what the server says to its own cancel is no error
         handler->HandleErrors(errors, connection);
         NotifyExecuteEnd();
         handler->PostExecuteStatement(connection);
