@@ -39,5 +39,31 @@ TEST(Examples, TourStreamsSortsExportsAndReadsBack) {
     EXPECT_EQ(4, unwritable.exitCode);
 }
 
+TEST(Examples, ObserverWatchesARunThroughAWindow) {
+    const TemporaryDirectory directory;
+    const std::string database = directory.File("shop.db");
+    ASSERT_EQ(0, RunTool({QXSQL_PATH, "--create", "sqlite:" + database, "-f", SHOP_SQL}).exitCode);
+    const ToolResult result = RunTool({OBSERVER_PATH, database});
+    EXPECT_EQ(0, result.exitCode) << result.err;
+    EXPECT_NE(std::string::npos, result.out.find(" ms  500000 rows\n")) << result.out;
+    EXPECT_NE(
+        std::string::npos,
+        result.out.find("Result set 0: 500000 rows; the last: 500000 | Zoë Müller | Green tea, 100 g |"))
+        << result.out;
+
+    const ToolResult empty = RunTool({OBSERVER_PATH, database, "SELECT sku FROM product WHERE 1 = 0"});
+    EXPECT_EQ(0, empty.exitCode) << empty.err;
+    EXPECT_NE(std::string::npos, empty.out.find("Result set 0: 0 rows\n")) << empty.out;
+
+    const ToolResult broken = RunTool({OBSERVER_PATH, database, "SELECT nothing FROM nowhere"});
+    EXPECT_EQ(1, broken.exitCode);
+    EXPECT_NE(std::string::npos, broken.err.find("no such table: nowhere")) << broken.err;
+
+    const ToolResult missing = RunTool({OBSERVER_PATH, "/no/such/file.db"});
+    EXPECT_EQ(1, missing.exitCode);
+    EXPECT_NE(std::string::npos, missing.err.find("/no/such/file.db")) << missing.err;
+    EXPECT_EQ(2, RunTool({OBSERVER_PATH}).exitCode);
+}
+
 }  // namespace
 }  // namespace qxtest
