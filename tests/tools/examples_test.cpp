@@ -55,7 +55,7 @@ TEST(Examples, ObserverWatchesARunThroughAWindow) {
     EXPECT_EQ(0, empty.exitCode) << empty.err;
     EXPECT_NE(std::string::npos, empty.out.find("Result set 0: 0 rows\n")) << empty.out;
 
-    const ToolResult broken = RunTool({OBSERVER_PATH, database, "SELECT nothing FROM nowhere"});
+    const ToolResult broken = RunTool({OBSERVER_PATH, database, "SELECT sku FROM nowhere"});
     EXPECT_EQ(1, broken.exitCode);
     EXPECT_NE(std::string::npos, broken.err.find("no such table: nowhere")) << broken.err;
 
