@@ -1,33 +1,32 @@
 #include "engine/cancel_times.h"
 
 #include <mutex>
-#include <optional>
 
 namespace qxdbsqlengine {
 
 namespace {
 
 std::mutex timesMutex;
-std::optional<CancelTimes> testTimes;  // guarded by timesMutex
+CancelTimes times;  // guarded by timesMutex
 
-void SetTestTimes(const std::optional<CancelTimes>& times) {
+CancelTimes Exchange(const CancelTimes& newTimes) {
     const std::lock_guard<std::mutex> guard(timesMutex);
-    testTimes = times;
+    const CancelTimes before = times;
+    times = newTimes;
+    return before;
 }
 
 }  // namespace
 
 CancelTimes GetCancelTimes() {
     const std::lock_guard<std::mutex> guard(timesMutex);
-    return testTimes.value_or(CancelTimes());
+    return times;
 }
 
-ScopedCancelTimes::ScopedCancelTimes(const CancelTimes& times) {
-    SetTestTimes(times);
-}
+ScopedCancelTimes::ScopedCancelTimes(const CancelTimes& newTimes) : before(Exchange(newTimes)) {}
 
 ScopedCancelTimes::~ScopedCancelTimes() {
-    SetTestTimes(std::nullopt);
+    Exchange(before);
 }
 
 }  // namespace qxdbsqlengine

@@ -16,13 +16,16 @@ struct CancelTimes {
 CancelTimes GetCancelTimes();
 
 // For tests alone, which link the layers statically and can't always wait for so long: other times for the
-// length of a scope. One scope at a time; what was begun within it keeps its times.
+// length of a scope, for all threads. What was begun within it keeps its times.
 class ScopedCancelTimes {
   public:
     explicit ScopedCancelTimes(const CancelTimes& times);
     ~ScopedCancelTimes();
     ScopedCancelTimes(const ScopedCancelTimes&) = delete;
     ScopedCancelTimes& operator=(const ScopedCancelTimes&) = delete;
+
+  private:
+    const CancelTimes before;
 };
 
 }  // namespace qxdbsqlengine
