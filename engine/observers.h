@@ -13,14 +13,17 @@
 //   }
 //
 //   Lifetime: the payload, and everything that it points to, is valid only during the call. Copy what is
-//   needed later. Threads: the procedure runs on the window's thread, and the run stands still until it
-//   returns. That thread must keep pumping messages; it must not wait for the run with its pump stopped.
+//   needed later.
+//   Threads: the procedure runs on the window's thread, and the run stands still until it returns. That
+//   thread must keep pumping messages; it must not wait for the run with its pump stopped.
 //   Locks: none is held, so the window may register and unregister, cancel, and destroy the director.
-//   Several windows are told one after the other, in the order of their registration. A window that does not
-//   exist any more is skipped, and stays registered. The director: destroying it ends its notifications. One
-//   that was already on its way to another thread's window may still arrive, and `director` is then a mere
-//   address: a window that may outlive directors compares it with those that it knows before it uses it.
-//   Exceptions stay on the window's thread (platform/os/window.h) and do not reach the run.
+//   Order: several windows are told one after the other, as they were registered. A window that does not
+//   exist any more is skipped, and stays registered.
+//   Destruction of the director ends its notifications. One that was already on its way to a window of
+//   another thread may still arrive, and `director` is then a mere address: a window that may outlive
+//   directors compares it with those that it knows before it uses it.
+//   Exceptions stay on the window's thread (platform/os/window.h) and do not reach the run, unless that runs
+//   there too, within ExecuteDirect: then they are those of a callback.
 #pragma once
 
 #include <string>

@@ -1,13 +1,13 @@
 // Message windows: handles that messages are sent to, each with a procedure that its own thread runs. On
 // Windows these are the system's own; elsewhere they live inside the process and are never seen.
 //
-// The rules, the same on both:
 //   Ownership: a window belongs to the thread that created it. Its procedure runs on that thread and on no
 //   other, and only while the thread pumps (RunMessages, PumpMessages), sends to a window of its own, or
-//   waits in SendMessageA for another thread. The end of a thread destroys its windows. Handles: a handle
-//   names one window for ever. Once the window is destroyed the handle stays dead, and may be used as such
-//   from any thread. Messages: a program numbers its own messages from WM_USER on. Those sent come before
-//   those posted; each kind in the order in which it came.
+//   waits in SendMessageA for another thread. The end of a thread destroys its windows.
+//   Handles: the handle of a destroyed window is dead, and may be used as such from any thread. Outside of
+//   Windows no other window gets it ever again.
+//   Messages: a program numbers its own messages from WM_USER on. Those sent come before those posted, each
+//   kind in the order in which it came.
 #pragma once
 
 #include <functional>

@@ -234,6 +234,20 @@ TEST_F(ObserversRunTest, ExecuteDirectOnTheWindowsThread) {
     EXPECT_FALSE(PumpMessages(0));
 }
 
+TEST_F(ObserversRunTest, ExceptionWithinExecuteDirectIsThatOfACallback) {
+    director->RegisterObserver(window.Handle());
+    server.Expect("x").Returns(TwoRows());
+    window.OnKind([](WPARAM kind) {
+        if (kind == KindBatchItemBegin) {
+            throw std::runtime_error("window");
+        }
+    });
+    EXPECT_FALSE(director->ExecuteDirect("x", SQLRequest::RequestSQL, false));
+    EXPECT_EQ(window.Kinds(), (Lines{"12", "1", "13"}));
+    EXPECT_EQ(window.Lines()[1], "1 OnError window");
+    server.Forget();
+}
+
 TEST_F(ObserversRunTest, ExecuteDirectOnAnotherThread) {
     director->RegisterObserver(window.Handle());
     ObserverWindow late;
