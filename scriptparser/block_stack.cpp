@@ -70,7 +70,7 @@ void BlockStack::ReadSign(char sign, bool behindLabel) {
             atStatement = true;
             inHandler = false;
             behindUntil = false;
-            parentheses = 0;
+            parentheses = IsOpen() ? 0 : parentheses;  // none reaches over statements of a body
             break;
         default:
             break;

@@ -50,8 +50,14 @@ class CopyWatch {
     void Read(const Lexer& lexer, const Token& token) {
         if (token.IsComment() || state == State::Other || state == State::Data)
             return;
+        if (token.IsSign('('))
+            ++parentheses;
+        else if (token.IsSign(')'))
+            --parentheses;
         if (state == State::Start)
             state = lexer.IsWord(token, "COPY") ? State::Copy : State::Other;
+        else if (parentheses > 0)
+            state = State::Copy;
         else if (state == State::From && lexer.IsWord(token, "STDIN"))
             state = State::Data;
         else
@@ -61,6 +67,7 @@ class CopyWatch {
   private:
     enum class State { Start, Copy, From, Data, Other };
     State state = State::Start;
+    int parentheses = 0;
 };
 
 }  // namespace
