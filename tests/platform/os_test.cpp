@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <string>
+#include <vector>
 
 #include "platform/os/code_page.h"
 #include "platform/os/debug_output.h"
@@ -108,5 +110,34 @@ INSTANTIATE_TEST_SUITE_P(Sequences, BrokenBytesTest,
                                          BrokenCase{"\xF4\x90\x80\x80", L"\xFFFD\xFFFD\xFFFD\xFFFD"},
                                          BrokenCase{"\xF5\x80", L"\xFFFD\xFFFD"},
                                          BrokenCase{"\xFF", L"\xFFFD"}));
+
+// The characters of the bytes, as numbers.
+std::vector<unsigned long> WideOf(const std::string& bytes) {
+    std::vector<wchar_t> wide(bytes.size());
+    const std::size_t count = qxos::BytesToWide(bytes, nullptr);
+    EXPECT_EQ(qxos::BytesToWide(bytes, wide.data()), count);
+    EXPECT_EQ(qxos::WideToBytes(wide.data(), count), bytes);
+    return std::vector<unsigned long>(wide.begin(), wide.begin() + static_cast<std::ptrdiff_t>(count));
+}
+
+TEST(BytesTest, CharactersAndStrayBytesComeBackAsTheSameBytes) {
+    using Codes = std::vector<unsigned long>;
+    EXPECT_EQ(WideOf(""), Codes());
+    EXPECT_EQ(WideOf(std::string("a\0b", 3)), (Codes{'a', 0, 'b'}));
+    EXPECT_EQ(WideOf("\xC3\xA9\xE4\xB8\xAD\xF0\x9F\x98\x80"), (Codes{0xE9, 0x4E2D, 0x1F600}));
+    // A character that stands for a broken one is a character.
+    EXPECT_EQ(WideOf("\xEF\xBF\xBD"), (Codes{0xFFFD}));
+    // Latin-1, a cut sequence, an overlong one, an encoded surrogate, one beyond the last character.
+    EXPECT_EQ(WideOf("\xE9t\xE9"), (Codes{0xDCE9, 't', 0xDCE9}));
+    EXPECT_EQ(WideOf("\xE4\xB8"), (Codes{0xDCE4, 0xDCB8}));
+    EXPECT_EQ(WideOf("\xC0\x80"), (Codes{0xDCC0, 0xDC80}));
+    EXPECT_EQ(WideOf("\xED\xB2\x80"), (Codes{0xDCED, 0xDCB2, 0xDC80}));
+    EXPECT_EQ(WideOf("\xF4\x90\x80\x80"), (Codes{0xDCF4, 0xDC90, 0xDC80, 0xDC80}));
+    std::string all;
+    for (int byte = 0; byte < 256; ++byte)
+        all += static_cast<char>(byte);
+    EXPECT_EQ(WideOf(all).size(), 256U);
+    EXPECT_EQ(WideOf(all + all + "\xC3" + all).size(), 769U);
+}
 
 }  // namespace

@@ -64,6 +64,22 @@ TEST(ThreadTest, RunsOnAThreadOfItsOwn) {
     EXPECT_NE(thread.runner, std::this_thread::get_id());
 }
 
+TEST(ThreadTest, WaitWithoutLimit) {
+    Event go(true, false, "");
+    Body thread([&go](const Body&) { go.Lock(); });
+    EXPECT_TRUE(thread.WaitForExit(Thread::NoLimit));
+    thread.Start();
+    std::atomic<bool> ended{false};
+    std::thread waiter([&] {
+        EXPECT_TRUE(thread.WaitForExit(Thread::NoLimit));
+        ended = true;
+    });
+    EXPECT_FALSE(ended);
+    go.SetEvent();
+    waiter.join();
+    EXPECT_EQ(thread.GetStatus(), Thread::StatusEnded);
+}
+
 TEST(ThreadTest, StartsOnce) {
     std::atomic<int> runs{0};
     Body thread([&runs](const Body&) { ++runs; });
