@@ -1,9 +1,12 @@
 # The few commands that everybody needs; CMake does the work (see CMakePresets.json for more).
-.PHONY: all build run test bench asan tsan debug format packages clean
+.PHONY: all build run test bench asan tsan debug format packages test-packages clean
 .DEFAULT_GOAL := build
 
 packages:
 	@scripts/install-packages.sh
+
+test-packages:
+	@scripts/install-packages.sh tests
 
 # Library, drivers, command line and examples: build/release/bin/qxsql
 build: packages
@@ -15,10 +18,10 @@ run: build
 	@scripts/run-sample.sh build/release
 
 # All tests
-test: packages
+test: test-packages
 	@scripts/run-tests.sh release
 
-asan tsan debug: packages
+asan tsan debug: test-packages
 	@scripts/run-tests.sh $@
 
 # Each figure as a ratio to its floor, measured in the same run

@@ -1,13 +1,17 @@
 #!/usr/bin/env bash
-# Installs, by package name, what building and testing need and is missing. On a machine where all is
-# installed it only asks dpkg and never touches the package manager.
+# Installs, by package name, what building needs and is missing; with "tests" also the servers that the tests
+# start. On a machine where all is installed it only asks dpkg and never touches the package manager.
 set -euo pipefail
 
 packages=(
     g++ make cmake ninja-build ccache
-    libloki-dev libboost-dev libsqlite3-dev libcli11-dev
+    libloki-dev libboost-dev libsqlite3-dev libcli11-dev unixodbc-dev
     libgtest-dev libgmock-dev libbenchmark-dev
 )
+if [ "${1:-}" = tests ]; then
+    # MariaDB without its service: the tests start a server of their own.
+    packages+=(mariadb-server-core mariadb-client-core odbc-mariadb postgresql odbc-postgresql)
+fi
 
 missing=()
 for package in "${packages[@]}"; do

@@ -28,6 +28,7 @@ class SQLiteConnection : public qxdb::ConnectionImpl {
     explicit SQLiteConnection(std::shared_ptr<Database> owner);
 
     double GetServerVersionNumber() const override;
+    qxdb::DBTYPE GetServerType() const override { return qxdb::DBTYPE_SQLITE; }
     bool HasUnicodeSupport() const override { return true; }
     qxdb::ConnectionProperties& GetProperties() override { return properties; }
     // SQLite sends no messages beside its failures.

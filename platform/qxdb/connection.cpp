@@ -45,6 +45,10 @@ double Connection::GetServerVersionNumber() const {
     return Target(impl, "connection").GetServerVersionNumber();
 }
 
+DBTYPE Connection::GetServerType() const {
+    return Target(impl, "connection").GetServerType();
+}
+
 bool Connection::HasUnicodeSupport() const {
     return Target(impl, "connection").HasUnicodeSupport();
 }
@@ -63,6 +67,10 @@ Statement Connection::CreateStatement(CursorType, unsigned int) {
 
 ConfigurationParameters Connection::GetConfigurationParameters() {
     return ConfigurationParameters(Target(impl, "connection").GetConfigurationParameters());
+}
+
+ConnectionImpl& Connection::GetImpl() {
+    return Target(impl, "connection");
 }
 
 }  // namespace qxdb

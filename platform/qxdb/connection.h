@@ -70,12 +70,17 @@ class QXSENG2_API Connection {
 
     // In the server's own tradition: MySQL 3.23.52 is 3.2352, Oracle 8.1.7 is 8.17.
     double GetServerVersionNumber() const;
+    // What the driver found at the other end, for a caller who was given no type; DBTYPE_UNSET: it can't
+    // tell.
+    DBTYPE GetServerType() const;
     bool HasUnicodeSupport() const;
     ConnectionProperties& GetProperties();
     // The receiver of server messages, not owned; null removes it. Never while a statement runs.
     void SetCallback(Callback* callback);
     Statement CreateStatement(CursorType type, unsigned int);
     ConfigurationParameters GetConfigurationParameters();
+
+    ConnectionImpl& GetImpl();
 
   private:
     std::shared_ptr<ConnectionImpl> impl;

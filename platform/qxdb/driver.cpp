@@ -39,6 +39,10 @@ StatementImpl::~StatementImpl() = default;
 
 ConnectionImpl::~ConnectionImpl() = default;
 
+DBTYPE ConnectionImpl::GetServerType() const {
+    return DBTYPE_UNSET;
+}
+
 std::shared_ptr<ConfigurationParametersImpl> ConnectionImpl::GetConfigurationParameters() {
     return nullptr;
 }

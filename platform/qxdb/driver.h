@@ -76,6 +76,8 @@ class QXSENG2_API ConnectionImpl {
   public:
     virtual ~ConnectionImpl();
     virtual double GetServerVersionNumber() const = 0;
+    // The default can't tell.
+    virtual DBTYPE GetServerType() const;
     virtual bool HasUnicodeSupport() const = 0;
     virtual ConnectionProperties& GetProperties() = 0;
     virtual void SetCallback(Callback* callback) = 0;

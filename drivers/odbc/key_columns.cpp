@@ -1,0 +1,79 @@
+#include "drivers/odbc/key_columns.h"
+
+#include <map>
+
+#include "drivers/odbc/catalog_text.h"
+#include "drivers/odbc/wide_text.h"
+
+namespace qxdrivers::odbc {
+
+namespace {
+
+// The names as the catalog functions take them.
+class WideName {
+  public:
+    explicit WideName(const TableName& name)
+        : catalog(ToWide(name.catalog)), schema(ToWide(name.schema)), table(ToWide(name.table)) {}
+
+    SQLRETURN PrimaryKeys(SQLHSTMT statement) {
+        return SQLPrimaryKeysW(statement, PointerTo(catalog), Length(catalog), PointerTo(schema),
+                               Length(schema), PointerTo(table), Length(table));
+    }
+    SQLRETURN UniqueIndexes(SQLHSTMT statement) {
+        return SQLStatisticsW(statement, PointerTo(catalog), Length(catalog), PointerTo(schema),
+                              Length(schema), PointerTo(table), Length(table), SQL_INDEX_UNIQUE, SQL_QUICK);
+    }
+
+  private:
+    static SQLSMALLINT Length(const WideText& text) { return static_cast<SQLSMALLINT>(text.size()); }
+
+    WideText catalog;
+    WideText schema;
+    WideText table;
+};
+
+std::vector<std::string> ReadPrimaryKey(Session& session, WideName& name) {
+    constexpr SQLUSMALLINT columnName = 4;
+    const StatementHandle statement(session.Raw());
+    std::vector<std::string> columns;
+    if (SQL_SUCCEEDED(name.PrimaryKeys(statement.Raw()))) {
+        while (SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
+            columns.push_back(ReadCatalogText(statement.Raw(), columnName).value_or(""));
+        }
+    }
+    return columns;
+}
+
+std::map<std::string, std::vector<std::string>> ReadUniqueIndexes(Session& session, WideName& name) {
+    constexpr SQLUSMALLINT indexName = 6;
+    constexpr SQLUSMALLINT columnName = 9;
+    const StatementHandle statement(session.Raw());
+    std::map<std::string, std::vector<std::string>> indexes;
+    if (SQL_SUCCEEDED(name.UniqueIndexes(statement.Raw()))) {
+        while (SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
+            const std::optional<std::string> index = ReadCatalogText(statement.Raw(), indexName);
+            const std::optional<std::string> column = ReadCatalogText(statement.Raw(), columnName);
+            if (index && column) {  // a row without them tells of the table
+                indexes[*index].push_back(*column);
+            }
+        }
+    }
+    return indexes;
+}
+
+}  // namespace
+
+std::vector<std::vector<std::string>> FindKeys(Session& session, const TableName& table) {
+    WideName name(table);
+    std::vector<std::vector<std::string>> keys;
+    const std::vector<std::string> primary = ReadPrimaryKey(session, name);
+    if (!primary.empty()) {
+        keys.push_back(primary);
+    }
+    for (auto& [index, columns] : ReadUniqueIndexes(session, name)) {
+        keys.push_back(std::move(columns));
+    }
+    return keys;
+}
+
+}  // namespace qxdrivers::odbc

@@ -1,0 +1,226 @@
+#include "drivers/odbc/procedure.h"
+
+#include <algorithm>
+
+#include "drivers/odbc/catalog_text.h"
+#include "drivers/odbc/sql_scan.h"
+#include "drivers/odbc/wide_text.h"
+
+namespace qxdrivers::odbc {
+
+namespace {
+
+using qxdb::DataType;
+
+// Columns of the catalog's results, from 1.
+enum ColumnNumber : SQLUSMALLINT {
+    ColumnCatalog = 1,
+    ColumnSchema = 2,
+    ColumnProcedure = 3,
+    ColumnName = 4,
+    ColumnType = 5,
+    ColumnDataType = 6,
+    ColumnTypeName = 7,
+    ColumnSize = 8,
+    ColumnDigits = 10,
+    ColumnOrdinal = 18,
+    ProcedureType = 8  // of the list of procedures
+};
+
+struct NameParts {
+    std::string catalog;
+    std::string schema;
+    std::string procedure;
+};
+
+NameParts PartsOf(Session& session, const std::string& name) {
+    std::vector<std::string> parts = SplitName(name, session.Traits().family);
+    NameParts result;
+    if (parts.empty()) {
+        return result;
+    }
+    result.procedure = parts.back();
+    parts.pop_back();
+    const bool isMySql = session.Traits().family == Family::MySQL;
+    if (!parts.empty()) {
+        (isMySql ? result.catalog : result.schema) = parts.back();
+        parts.pop_back();
+    } else if (isMySql) {
+        result.catalog = session.CurrentDatabase();
+    }
+    if (!parts.empty()) {
+        result.catalog = parts.back();
+    }
+    return result;
+}
+
+// One row of the catalog.
+struct CatalogRow {
+    std::string owner;  // catalog and schema
+    std::string procedure;
+    SQLSMALLINT columnType = SQL_PARAM_TYPE_UNKNOWN;
+    __int64 ordinal = 0;
+    ProcedureParameter parameter;
+};
+
+CatalogRow ReadRow(SQLHSTMT statement, const ServerTraits& traits) {
+    CatalogRow row;
+    const std::string catalog = ReadCatalogText(statement, ColumnCatalog).value_or("");
+    row.owner = catalog + '\n' + ReadCatalogText(statement, ColumnSchema).value_or("");
+    row.procedure = ReadCatalogText(statement, ColumnProcedure).value_or("");
+    row.parameter.name = ReadCatalogText(statement, ColumnName).value_or("");
+    row.columnType =
+        static_cast<SQLSMALLINT>(ReadCatalogNumber(statement, ColumnType, SQL_PARAM_TYPE_UNKNOWN));
+    NativeType& native = row.parameter.native;
+    native.sqlType = static_cast<SQLSMALLINT>(ReadCatalogNumber(statement, ColumnDataType, SQL_UNKNOWN_TYPE));
+    native.typeName = ReadCatalogText(statement, ColumnTypeName).value_or("");
+    native.size = static_cast<SQLULEN>(std::max<__int64>(ReadCatalogNumber(statement, ColumnSize, 0), 0));
+    native.isUnsigned = native.typeName.find("unsigned") != std::string::npos;
+    // MySQL's driver does not tell the digits of a second here.
+    const bool isTime = native.sqlType == SQL_TYPE_TIMESTAMP || native.sqlType == SQL_TYPE_TIME;
+    const __int64 unknownDigits = isTime && traits.family == Family::MySQL ? 6 : 0;
+    native.digits = static_cast<SQLSMALLINT>(ReadCatalogNumber(statement, ColumnDigits, unknownDigits));
+    row.ordinal = ReadCatalogNumber(statement, ColumnOrdinal, 0);
+    return row;
+}
+
+std::vector<CatalogRow> ReadCatalog(Session& session, const NameParts& name) {
+    const StatementHandle statement(session.Raw());
+    WideText catalog = ToWide(name.catalog);
+    WideText schema = ToWide(name.schema);
+    WideText procedure = ToWide(name.procedure);
+    const SQLRETURN code =
+        SQLProcedureColumnsW(statement.Raw(), PointerTo(catalog), static_cast<SQLSMALLINT>(catalog.size()),
+                             PointerTo(schema), static_cast<SQLSMALLINT>(schema.size()), PointerTo(procedure),
+                             static_cast<SQLSMALLINT>(procedure.size()), nullptr, 0);
+    if (!SQL_SUCCEEDED(code)) {
+        throw ReadErrors({SQL_HANDLE_STMT, statement.Raw()}, "SQLProcedureColumns",
+                         {session.Traits().family, nullptr});
+    }
+    std::vector<CatalogRow> rows;
+    while (SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
+        CatalogRow row = ReadRow(statement.Raw(), session.Traits());
+        // The name is a pattern to the catalog, and "_" matches any character there.
+        if (row.procedure == name.procedure) {
+            rows.push_back(std::move(row));
+        }
+    }
+    return rows;
+}
+
+bool AddParameter(const CatalogRow& row, ProcedureInfo& info) {
+    ProcedureParameter parameter = row.parameter;
+    switch (row.columnType) {
+        case SQL_PARAM_OUTPUT:
+            parameter.direction = DataType::DirectionOut;
+            break;
+        case SQL_PARAM_INPUT_OUTPUT:
+            parameter.direction = DataType::DirectionInOut;
+            break;
+        case SQL_RETURN_VALUE:
+            parameter.direction = DataType::DirectionOut;
+            parameter.isReturnValue = true;
+            parameter.name = parameter.name.empty() ? "RETURN_VALUE" : parameter.name;
+            info.parameters.insert(info.parameters.begin(), parameter);
+            return true;
+        case SQL_RESULT_COL:
+            info.returnsRows = true;
+            return false;
+        default:
+            break;
+    }
+    info.parameters.push_back(parameter);
+    return true;
+}
+
+// The catalog gives the parameters of all procedures of the name in one list; each starts at the first
+// ordinal again.
+std::vector<ProcedureInfo> Group(const std::vector<CatalogRow>& rows) {
+    std::vector<ProcedureInfo> procedures;
+    const CatalogRow* previous = nullptr;
+    for (const CatalogRow& row : rows) {
+        const bool isResult = row.columnType == SQL_RESULT_COL;
+        if (!previous || previous->owner != row.owner || (!isResult && row.ordinal <= previous->ordinal)) {
+            procedures.emplace_back();
+            procedures.back().found = true;
+        }
+        AddParameter(row, procedures.back());
+        if (!isResult || !previous) {
+            previous = &row;
+        }
+    }
+    return procedures;
+}
+
+// Of a procedure without parameters the catalog of columns knows nothing.
+bool IsListed(Session& session, const NameParts& name, bool& isFunction) {
+    const StatementHandle statement(session.Raw());
+    WideText catalog = ToWide(name.catalog);
+    WideText schema = ToWide(name.schema);
+    WideText procedure = ToWide(name.procedure);
+    const SQLRETURN code =
+        SQLProceduresW(statement.Raw(), PointerTo(catalog), static_cast<SQLSMALLINT>(catalog.size()),
+                       PointerTo(schema), static_cast<SQLSMALLINT>(schema.size()), PointerTo(procedure),
+                       static_cast<SQLSMALLINT>(procedure.size()));
+    if (!SQL_SUCCEEDED(code)) {
+        return false;
+    }
+    while (SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
+        if (ReadCatalogText(statement.Raw(), ColumnProcedure).value_or("") == name.procedure) {
+            isFunction = ReadCatalogNumber(statement.Raw(), ProcedureType, SQL_PT_UNKNOWN) == SQL_PT_FUNCTION;
+            return true;
+        }
+    }
+    return false;
+}
+
+// PostgreSQL's driver calls all of them functions; servers before 11 have nothing else.
+bool IsPostgresProcedure(Session& session, const NameParts& name) {
+    const ServerTraits& traits = session.Traits();
+    if (traits.version < 11) {
+        return false;
+    }
+    std::string sql =
+        "SELECT 1 FROM pg_catalog.pg_proc p JOIN pg_catalog.pg_namespace n ON n.oid = p.pronamespace "
+        "WHERE p.prokind = 'p' AND p.proname = " +
+        QuoteLiteral(name.procedure, traits);
+    if (!name.schema.empty()) {
+        sql += " AND n.nspname = " + QuoteLiteral(name.schema, traits);
+    }
+    const StatementHandle statement(session.Raw());
+    WideText wide = ToWide(sql);
+    return SQL_SUCCEEDED(
+               SQLExecDirectW(statement.Raw(), wide.data(), static_cast<SQLINTEGER>(wide.size()))) &&
+           SQL_SUCCEEDED(SQLFetch(statement.Raw()));
+}
+
+}  // namespace
+
+ProcedureInfo FindProcedure(Session& session, const std::string& name, unsigned int parameterCount) {
+    const NameParts parts = PartsOf(session, name);
+    if (parts.procedure.empty()) {
+        return ProcedureInfo();
+    }
+    const std::vector<ProcedureInfo> procedures = Group(ReadCatalog(session, parts));
+    ProcedureInfo info;
+    if (!procedures.empty()) {
+        const auto fits = [&](const ProcedureInfo& candidate) {
+            const auto count = static_cast<unsigned int>(candidate.parameters.size());
+            const bool returns = count > 0 && candidate.parameters.front().isReturnValue;
+            return count == parameterCount || (returns && count == parameterCount + 1);
+        };
+        const auto match = std::find_if(procedures.begin(), procedures.end(), fits);
+        info = match == procedures.end() ? procedures.front() : *match;
+    }
+    bool isFunction = false;
+    const bool isListed = IsListed(session, parts, isFunction);
+    info.found = info.found || isListed;
+    info.isFunction =
+        isListed ? isFunction : !info.parameters.empty() && info.parameters.front().isReturnValue;
+    if (session.Traits().family == Family::PostgreSQL) {
+        info.isFunction = info.found && !IsPostgresProcedure(session, parts);
+    }
+    return info;
+}
+
+}  // namespace qxdrivers::odbc
