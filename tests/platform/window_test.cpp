@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "platform/os/debug_output.h"
+#include "support/debug_texts.h"
 #include "support/window_thread.h"
 
 namespace {
@@ -560,31 +561,26 @@ TEST(Window, ExceptionWhileSendingWaitsForTheAnswer) {
     DestroyWindow(window);
 }
 
-std::vector<std::string>& DebugTexts() {
-    static std::vector<std::string> texts;
-    return texts;
-}
-
 TEST(Window, SecondExceptionWhileSendingGoesToTheDebugOutput) {
     const HWND window = CreateMessageWindow(&ThrowingProcedure);
-    WindowThread other([window](HWND, UINT, WPARAM, LPARAM) -> LRESULT {
+    const WindowThread other([window](HWND, UINT, WPARAM, LPARAM) -> LRESULT {
         for (const WPARAM number : {1, 2, 3}) {
             EXPECT_EQ(SendMessageA(window, someMessage, number, 0), 0);
         }
         return 4;
     });
-    for (const bool hookThrows : {false, true}) {
-        DebugTexts().clear();
-        const qxos::DebugOutputHook before =
-            hookThrows ? qxos::SetDebugOutputHook([](const char*) { throw Failure("hook"); })
-                       : qxos::SetDebugOutputHook([](const char* text) { DebugTexts().push_back(text); });
-        EXPECT_EQ(CaughtFrom([&] { SendMessageA(other.Window(), someMessage, 0, 0); }), "1");
-        qxos::SetDebugOutputHook(before);
-        EXPECT_EQ(DebugTexts(),
+    const auto send = [&other] { SendMessageA(other.Window(), someMessage, 0, 0); };
+    {
+        const DebugTexts debug;
+        EXPECT_EQ(CaughtFrom(send), "1");
+        EXPECT_EQ(debug.Texts(),
                   std::vector<std::string>(
-                      hookThrows ? 0 : 2,
-                      "A window procedure threw while an exception of another one was waiting."));
+                      2, "A window procedure threw while an exception of another one was waiting."));
     }
+    // A debug output that fails itself changes nothing.
+    const qxos::DebugOutputHook before = qxos::SetDebugOutputHook([](const char*) { throw Failure("hook"); });
+    EXPECT_EQ(CaughtFrom(send), "1");
+    qxos::SetDebugOutputHook(before);
     DestroyWindow(window);
 }
 
