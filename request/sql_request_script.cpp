@@ -116,9 +116,11 @@ bool SQLRequest::ExecuteScriptItem(const qxdbsrd::ConnectionDefElement& def, qxd
     SetItemText(qxos::Utf16ToMultiByte(item.statement.data(), item.statement.size()));
     if (item.isDataCopy)
         return GuardItem(connection, [this, &def] { return RunDataCopy(def); });
-    if (item.statement.size() <= 1)
+    // A name of one letter is no empty item.
+    const bool isCall = item.isProcedureCall && !item.statement.empty();
+    if (item.statement.size() <= 1 && !isCall)
         return GuardItem(connection, [this] { return RunEmptyItem(); });
-    if (item.isProcedureCall) {
+    if (isCall) {
         const ProcedureScope scope(*this);
         ClearParameters();
         CurrentParameters()->SetForceBindByOrdinal(true);
