@@ -309,6 +309,7 @@ void SQLRequest::ClearStorage() {
     if (data)
         data->CleanUp();
     resultSetId = 0;
+    countedSets = CountedSets();
     GetHandleTypesMap().clear();
     GetFieldsHandlerMap().clear();
     GetRowHandlerMap().clear();

@@ -407,6 +407,12 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     std::atomic<int> rowInterval{200};
     ResultSetType resultSetType = ResultSetNormal;
     int resultSetId = 0;
+    // How many of the first result sets of the store are normal ones.
+    struct CountedSets {
+        int end = 0;
+        int normal = 0;
+    };
+    std::atomic<CountedSets> countedSets{CountedSets()};
     int affectedRows = -1;  // of this batch item; -1: none yet
     SmartPtr<DataStorage> data;
     qxdb::Statement* statement = nullptr;  // guarded by statementLock

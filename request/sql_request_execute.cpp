@@ -131,6 +131,7 @@ void SQLRequest::UseDatabase(const qxdbsrd::ConnectionDefElement& def, qxdb::Con
 bool SQLRequest::DoExecute(const qxdbsrd::ConnectionDefElement& def, qxdb::Connection& connection) {
     UseDatabase(def, connection);
     ResetTextCaches();
+    countedSets = CountedSets();
     batchItemIndex = 0;
     batchItemLine = 0;
     const bool result =

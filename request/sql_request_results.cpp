@@ -284,14 +284,19 @@ int SQLRequest::ResolveNextLogicalResultSetId() {
     return data ? CountNormalResultSets(data->GetNumberOfResultSets()) : 0;
 }
 
-// Among the first `end` result sets of the store.
+// Among the first `end` result sets of the store. Goes on from where the last count of this run ended: a
+// script can have many thousands of them.
 int SQLRequest::CountNormalResultSets(int end) {
-    int count = 0;
-    for (int id = 0; id < end; ++id) {
-        if (IsNormalResultSetType(data->GetResultSetType(id)))
-            ++count;
+    CountedSets known = countedSets;
+    if (known.end > data->GetNumberOfResultSets())
+        known = CountedSets();  // the store was emptied meanwhile
+    CountedSets counted = known.end <= end ? known : CountedSets();
+    for (; counted.end < end; ++counted.end) {
+        if (IsNormalResultSetType(data->GetResultSetType(counted.end)))
+            ++counted.normal;
     }
-    return count;
+    countedSets = counted.end > known.end ? counted : known;
+    return counted.normal;
 }
 
 EnumDataType SQLRequest::GetDataType(qxdb::Column::BindType type) {

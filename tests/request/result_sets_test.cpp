@@ -99,6 +99,29 @@ TEST_F(ResultSetsTest, LogicalNumbersCountTheNormalResultSets) {
     EXPECT_EQ(request.ResolveNextLogicalResultSetId(), 2);
 }
 
+// What was counted once is not counted again, until the store was emptied.
+TEST_F(ResultSetsTest, LogicalNumbersFollowAStoreThatIsEmptied) {
+    const auto makeSets = [this](const std::vector<qxdbsqlengine::ResultSetType>& types) {
+        for (const qxdbsqlengine::ResultSetType type : types)
+            store->AddResultSet({qxdbsqlengine::ColumnDefinition()}, type);
+    };
+    using namespace qxdbsqlengine;
+    makeSets({ResultSetNormal, ResultSetNormal, ResultSetMessage, ResultSetNormal});
+    EXPECT_EQ(request.ResolveNextLogicalResultSetId(), 3);
+    EXPECT_EQ(TextOfResolve(1), "1");
+    EXPECT_EQ(TextOfResolve(3), "2");
+    makeSets({ResultSetNormal});
+    EXPECT_EQ(request.ResolveNextLogicalResultSetId(), 4);
+    store->CleanUp();
+    makeSets({ResultSetMessage, ResultSetNormal});
+    EXPECT_EQ(request.ResolveNextLogicalResultSetId(), 1);
+    EXPECT_EQ(TextOfResolve(1), "0");
+    request.ClearStorage();
+    makeSets({ResultSetNormal, ResultSetMessage});
+    EXPECT_EQ(request.ResolveNextLogicalResultSetId(), 1);
+    EXPECT_EQ(TextOfResolve(0), "0");
+}
+
 TEST_F(ResultSetsTest, LogicalNumbersOfAnEmptyStore) {
     EXPECT_EQ(TextOfResolve(0), "Invalid ResultSet ID  Exception");
     EXPECT_EQ(request.ResolveNextLogicalResultSetId(), 0);
