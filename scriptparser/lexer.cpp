@@ -15,15 +15,15 @@ bool IsLetter(char c) {
     return Upper(c) >= 'A' && Upper(c) <= 'Z';
 }
 
-bool IsWordByte(char c) {
-    return IsLetter(c) || (c >= '0' && c <= '9') || c == '_' || static_cast<unsigned char>(c) >= 0x80;
-}
-
 std::size_t Index(char c) {
     return static_cast<unsigned char>(c);
 }
 
 }  // namespace
+
+bool Lexer::IsWordByte(char c) {
+    return IsLetter(c) || (c >= '0' && c <= '9') || c == '_' || static_cast<unsigned char>(c) >= 0x80;
+}
 
 Lexer::Lexer(ScriptText& newText, const LexicalRules& newRules)
     : text(newText), rules(newRules), lineStarters(newRules.lineStarters) {
@@ -42,8 +42,6 @@ void Lexer::FillTables() {
         else if (IsWordByte(c))
             kind = Class::Word;
     }
-    if (!delimiter.empty())
-        classes[Index(delimiter[0])] = Class::Sign;
     classes[0] = Class::Zero;
     classes[Index('\'')] = classes[Index('"')] = Class::Quote;
     classes[Index('-')] = Class::Dash;
@@ -74,12 +72,8 @@ void Lexer::FillTables() {
     }
 }
 
-bool Lexer::IsWordLike(std::string_view delimiter) {
-    return !delimiter.empty() && IsWordByte(delimiter[0]) && static_cast<unsigned char>(delimiter[0]) < 0x80;
-}
-
 void Lexer::SetDelimiter(const std::string& newDelimiter) {
-    delimiter = IsWordLike(newDelimiter) ? std::string() : newDelimiter;
+    delimiter = newDelimiter;
     FillTables();
 }
 
@@ -133,9 +127,12 @@ bool Lexer::SkipBlanks(bool drop) {
     return true;
 }
 
-Token Lexer::NextDropping() {
-    SkipBlanks(true);
-    return Next();
+Token Lexer::NextBetween(bool drop) {
+    SkipBlanks(drop);
+    isBetween = true;
+    const Token token = Next();
+    isBetween = false;
+    return token;
 }
 
 bool Lexer::AtDelimiter() {
@@ -185,7 +182,8 @@ Token Lexer::Next() {
                 return Finish(token, Token::Kind::Quoted);
             break;
         case Class::Dash:
-            if (Peek(1) == '-' && (!rules.dashNeedsBlank || static_cast<unsigned char>(Peek(2)) <= ' ')) {
+            if (Peek(1) == '-' &&
+                (isBetween || !rules.dashNeedsBlank || static_cast<unsigned char>(Peek(2)) <= ' ')) {
                 SkipLine();
                 return Finish(token, Token::Kind::LineComment);
             }
@@ -288,14 +286,23 @@ void Lexer::SkipLineEnd() {
     startsLine = true;
 }
 
+// A delimiter ends a word, its first byte alone doesn't.
 void Lexer::SkipWord() {
-    do {
+    bool goesOn = true;
+    while (goesOn) {
         const char* const from = text.Data(here);
         const char* at = from;
         while (wordParts[Index(*at)])
             ++at;
         here += static_cast<Position>(at - from);
-    } while (here == text.End() && text.More());
+        if (here == text.End()) {
+            goesOn = text.More();
+        } else {
+            goesOn =
+                !delimiter.empty() && *at == delimiter[0] && ClassOf(*at) == Class::Word && !AtDelimiter();
+            here += goesOn ? 1 : 0;
+        }
+    }
 }
 
 // To the next `wanted`, at Here then. False at the end of the script.

@@ -42,11 +42,13 @@ class Lexer {
     void SetDelimiter(const std::string& newDelimiter);
     // SkipPlain also stops at lines that begin with this sign, or letter of either case.
     void AddLineStarter(char c);
-    static bool IsWordLike(std::string_view delimiter);
+    // Letters, digits and the like.
+    static bool IsWordByte(char c);
 
     Token Next();
-    // As Next, for the space between statements: blanks are dropped from the text on the way.
-    Token NextDropping();
+    // As Next, for the space between statements, where "--" always starts a comment. `drop`: blanks are
+    // dropped from the text on the way.
+    Token NextBetween(bool drop);
     // Goes over what can't matter inside a plain statement, to the next quote, comment, delimiter, sign of
     // the rules, or line that begins with a line starter.
     void SkipPlain();
@@ -111,6 +113,7 @@ class Lexer {
     std::string lineStarters;
     Position here = 0;
     bool startsLine = true;
+    bool isBetween = false;  // statements
 
     std::array<Class, 256> classes{};
     std::array<bool, 256> wordParts{};

@@ -21,7 +21,7 @@ struct LexicalRules {
     bool backtickNames = false;       // `name`
     bool nestedComments = false;      // /* /* */ */
     bool hashComments = false;        // # up to the line's end
-    bool dashNeedsBlank = false;      // --5 is no comment
+    bool dashNeedsBlank = false;      // --5 is no comment in a statement
     bool executableComments = false;  // the server runs what stands in /*! */, so that is no comment
     Brackets brackets = Brackets::None;
 

@@ -132,20 +132,7 @@ void MySqlSplitter::SetDelimiter(std::string_view newDelimiter) {
 }
 
 bool MySqlSplitter::IsSeparator(const Token& token) {
-    if (token.kind == Token::Kind::Delimiter)
-        return true;
-    if (!Lexer::IsWordLike(delimiter) || token.kind != Token::Kind::Word)
-        return false;
-    const std::string_view word = lexer.View(token);
-    if (delimiter.compare(0, word.size(), word) != 0)
-        return false;
-    const std::size_t left = delimiter.size() - word.size();
-    for (std::size_t i = 0; i < left; ++i) {
-        if (lexer.Peek(i) != delimiter[delimiter.size() - left + i])
-            return false;
-    }
-    lexer.Skip(left);
-    return true;
+    return token.kind == Token::Kind::Delimiter;
 }
 
 bool MySqlSplitter::IsDelimiterCommand(const Token& token) {
@@ -256,7 +243,6 @@ bool MySqlSplitter::EndsAtBackslash(const Token& token) {
 
 void MySqlSplitter::TakeStatement() {
     const bool mayHaveBlocks = delimiter == ";";
-    const bool mayRun = !Lexer::IsWordLike(delimiter);  // over words
     Shape shape;
     for (Token token = first;; token = lexer.Next()) {
         if (token.kind == Token::Kind::End) {
@@ -279,7 +265,7 @@ void MySqlSplitter::TakeStatement() {
             HandOn(begin, token.begin, lexer.Here(), Use::Run);
             return;
         }
-        if (mayRun && (!mayHaveBlocks || shape.IsPlain()))
+        if (!mayHaveBlocks || shape.IsPlain())
             lexer.SkipPlain();
     }
 }

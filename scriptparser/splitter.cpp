@@ -67,7 +67,7 @@ bool StatementSplitter::BeginItem() {
     Mark comments;
     Position commentsEnd = 0;
     for (bool anyComments = false;;) {
-        first = anyComments ? lexer.Next() : lexer.NextDropping();
+        first = lexer.NextBetween(!anyComments);
         if (Done())
             return false;
         // A hint belongs to the statement.
@@ -98,12 +98,14 @@ bool StatementSplitter::BeginItem() {
 
 void StatementSplitter::SetSeparator(const std::string& newSeparator) {
     wordSeparator.clear();
-    if (Lexer::IsWordLike(newSeparator)) {
+    const bool isWord = !newSeparator.empty() && Lexer::IsWordByte(newSeparator[0]) &&
+                        static_cast<unsigned char>(newSeparator[0]) < 0x80;
+    if (isWord) {
         for (const char c : newSeparator)
             wordSeparator += Upper(c);
         lexer.AddLineStarter(newSeparator[0]);
     }
-    lexer.SetDelimiter(newSeparator);
+    lexer.SetDelimiter(isWord ? std::string() : newSeparator);
 }
 
 bool StatementSplitter::IsGivenSeparator(const Token& token) {

@@ -1,5 +1,6 @@
 #include "scriptparser/standard_splitter.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "scriptparser/clp_commands.h"
@@ -30,9 +31,13 @@ bool IsLetter(char c) {
     return Upper(c) >= 'A' && Upper(c) <= 'Z';
 }
 
-// The command words of a line of psql, behind their backslashes.
+// Whether one of the commands in a line of psql, each behind a backslash outside quotes, is this one.
 bool HasMeta(std::string_view line, std::string_view upper) {
-    for (std::size_t at = line.find('\\'); at != std::string_view::npos; at = line.find('\\', at + 1)) {
+    for (std::size_t at = 0; at < line.size(); ++at) {
+        if (line[at] == '\'' || line[at] == '"')
+            at = std::min(line.find(line[at], at + 1), line.size());
+        if (at == line.size() || line[at] != '\\')
+            continue;
         std::size_t size = 0;
         while (at + 1 + size < line.size() && IsLetter(line[at + 1 + size]))
             ++size;

@@ -57,7 +57,7 @@ void TsqlSplitter::Run() {
 bool TsqlSplitter::TakeBatch() {
     Batch batch;
     for (;;) {
-        const Token token = batch.isBegun ? lexer.Next() : lexer.NextDropping();
+        const Token token = batch.isBegun ? lexer.Next() : lexer.NextBetween(true);
         if (Done())
             return false;
         if (token.kind == Token::Kind::End) {
