@@ -3,7 +3,8 @@
 // To add a driver: derive Driver and the five implementation classes, derive Field for each kind of value,
 // and hand one Driver object to Manager::RegisterDriver. No file of the library changes. Objects are shared
 // by counted pointers: a cursor keeps its statement alive and a statement its connection, whatever the caller
-// drops first. Everything runs on the thread that uses the connection, but StatementImpl::Cancel.
+// drops first. Everything runs on the thread that uses the connection, but StatementImpl::Cancel; and a
+// statement goes on the thread of its cancel when that took longer than the library waits for it (2 seconds).
 #pragma once
 
 #include <memory>

@@ -159,6 +159,29 @@ TEST_F(EngineTest, IdsGrowFromOneAndRequestsRunInOrder) {
     EXPECT_FALSE(together);
 }
 
+TEST_F(EngineTest, OnlyWaitingRequestsAreQueued) {
+    const auto isQueued = [this](const RequestPtr& request) {
+        return static_cast<EngineT<RequestPtr>*>(engine.operator->())->IsQueued(request);
+    };
+    RequestPtr first(new Plain(Waiting()));
+    RequestPtr second(new Plain(Nothing()));
+    const RequestPtr unknown(new Plain(Nothing()));
+    EXPECT_FALSE(isQueued(first));
+    Queue(first);
+    Queue(second);
+    EXPECT_TRUE(isQueued(first));
+    EXPECT_TRUE(isQueued(second));
+    EXPECT_FALSE(isQueued(unknown));
+    EXPECT_FALSE(isQueued(RequestPtr()));
+    Start();
+    ASSERT_TRUE(Eventually([this] { return entered == 1; }));
+    EXPECT_FALSE(isQueued(first)) << "it runs";
+    EXPECT_TRUE(isQueued(second));
+    go.SetEvent();
+    ASSERT_TRUE(WaitIdle());
+    EXPECT_FALSE(isQueued(second));
+}
+
 TEST_F(EngineTest, RequestsGetTheEnginesDefinition) {
     ConnectionDefElement def(qxdb::DBTYPE_ORACLE, "orcl", 8.17, "scott", "tiger");
     std::string seen;
