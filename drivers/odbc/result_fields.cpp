@@ -91,14 +91,15 @@ class WholeField final : public FixedField {
     }
 };
 
-template <class T>
+// Floating numbers. Delivered: as the driver delivers them; T: as the server has them.
+template <class Delivered, class T>
 class RealField final : public FixedField {
   public:
     using FixedField::FixedField;
 
-    double AsDouble() override { return static_cast<double>(Value<T>()); }
-    float AsFloat() override { return static_cast<float>(Value<T>()); }
-    void AppendText(std::string& out) override { AppendReal(Value<T>(), out); }
+    double AsDouble() override { return static_cast<double>(Value<Delivered>()); }
+    float AsFloat() override { return static_cast<float>(Value<Delivered>()); }
+    void AppendText(std::string& out) override { AppendReal(static_cast<T>(Value<Delivered>()), out); }
 };
 
 // Text and bytes, and what arrives as text.
@@ -226,6 +227,7 @@ class TimestampTextField final : public VariableField, private TimestampFormatti
         }
         return timestamp;
     }
+    std::string AsString() override { return IsNull() ? std::string() : AsTimestamp().AsString(); }
 
   private:
     const bool zeroDates;
@@ -317,7 +319,7 @@ class AsTextField final : public qxdb::Field {
     Column::BindType GetType() override { return Column::BindString; }
     qxdb::DataType::Direction GetDirection() override { return qxdb::DataType::DirectionOut; }
     bool IsNull() override { return field->IsNull(); }
-    std::string AsString() override { return field->AsString(); }
+    std::string AsString() override { return field->ResultField::AsString(); }
     void GetStringInto(qxdb::StringInsert* sink) override {
         scratch.clear();
         field->AppendText(scratch);
@@ -345,9 +347,12 @@ std::unique_ptr<ResultField> MakeResultField(const std::shared_ptr<ResultSet>& r
         case ValueKind::UnsignedInt64:
             return std::make_unique<WholeField<SQLUBIGINT>>(result, column);
         case ValueKind::Float:
-            return std::make_unique<RealField<SQLREAL>>(result, column);
+            if (description.cType == SQL_C_DOUBLE) {
+                return std::make_unique<RealField<SQLDOUBLE, SQLREAL>>(result, column);
+            }
+            return std::make_unique<RealField<SQLREAL, SQLREAL>>(result, column);
         case ValueKind::Double:
-            return std::make_unique<RealField<SQLDOUBLE>>(result, column);
+            return std::make_unique<RealField<SQLDOUBLE, SQLDOUBLE>>(result, column);
         case ValueKind::Decimal:
             return std::make_unique<DecimalField>(result, column);
         case ValueKind::Timestamp:

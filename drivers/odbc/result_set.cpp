@@ -47,7 +47,10 @@ void ChooseCell(ResultColumn& column, const ServerTraits& traits) {
         case ValueKind::UnsignedInt64:
             return SetFixed(column, SQL_C_UBIGINT, sizeof(SQLUBIGINT));
         case ValueKind::Float:
-            return SetFixed(column, SQL_C_FLOAT, sizeof(SQLREAL));
+            // MariaDB's driver writes the floats of a block eight bytes apart, behind the end of their
+            // memory.
+            return traits.family == Family::MySQL ? SetFixed(column, SQL_C_DOUBLE, sizeof(SQLDOUBLE))
+                                                  : SetFixed(column, SQL_C_FLOAT, sizeof(SQLREAL));
         case ValueKind::Double:
             return SetFixed(column, SQL_C_DOUBLE, sizeof(SQLDOUBLE));
         case ValueKind::Decimal:
@@ -175,6 +178,8 @@ void ResultSet::Bind() {
             });
             if (column.cType == SQL_C_TYPE_TIMESTAMP && traits.zeroDatesTold) {
                 timestampColumns.push_back(i);
+            } else if (column.cType == SQL_C_BIT) {
+                bitColumns.push_back(i);
             }
         }
     }
@@ -236,7 +241,7 @@ bool ResultSet::NextBlock() {
 }
 
 bool ResultSet::FetchBlock() {
-    MarkTimestamps();
+    PrepareCells();
     blockErrors.reset();
     blockRow = positionedRow = 0;
     rowsFetched = 0;
@@ -256,13 +261,17 @@ bool ResultSet::FetchBlock() {
     return rowsFetched > 0;
 }
 
-// A date of zeros comes as NULL like NULL itself, but is written to the cell.
-void ResultSet::MarkTimestamps() {
+// Makes the memory of a block ready for what MariaDB's driver does: a date of zeros comes as NULL like NULL
+// itself, but is written to the cell; and the length of a bit is not written at all.
+void ResultSet::PrepareCells() {
     for (const std::size_t i : timestampColumns) {
         auto* const cells = reinterpret_cast<SQL_TIMESTAMP_STRUCT*>(columns[i].cells.get());
         for (unsigned int k = 0; k < blockRows; ++k) {
             cells[k].year = untouchedYear;
         }
+    }
+    for (const std::size_t i : bitColumns) {
+        std::fill_n(columns[i].indicators.begin(), blockRows, SQLLEN{1});
     }
 }
 

@@ -87,7 +87,7 @@ class ResultSet {
     bool NextBlock();
     bool FetchBlock();
     void SetBlockRows(unsigned int rows);
-    void MarkTimestamps();
+    void PrepareCells();
     void CountBytes();
     void CheckRow();
     void Load(std::size_t column);
@@ -99,7 +99,8 @@ class ResultSet {
     std::unique_ptr<ServerCursor> source;
     std::vector<ResultColumn> columns;
     std::vector<std::size_t> timestampColumns;  // those whose zero dates are told by the structure
-    std::size_t firstLong = 0;                  // the first column that is not bound
+    std::vector<std::size_t> bitColumns;
+    std::size_t firstLong = 0;  // the first column that is not bound
 
     bool isOpen;
     bool isBound = false;

@@ -14,6 +14,7 @@ using qxdb::Column;
 using qxtest::FailureOf;
 using qxtest::Open;
 using qxtest::OpenResult;
+using qxtest::ReadNatively;
 using qxtest::Rows;
 using qxtest::RunAll;
 using Lines = std::vector<std::string>;
@@ -26,51 +27,6 @@ qxdb::Connection TableOf(const std::string& declared, std::initializer_list<cons
         RunAll(connection, std::string("INSERT INTO t VALUES(") + value + ")");
     }
     return connection;
-}
-
-// Reads the value in the way that the column's type asks for.
-std::string ReadNatively(qxdb::Field& field) {
-    switch (field.GetType()) {
-        case Column::BindInt64:
-            return std::to_string(field.AsBigInt());
-        case Column::BindInt:
-            return std::to_string(field.AsInt());
-        case Column::BindShort:
-            return std::to_string(field.AsShort());
-        case Column::BindDouble: {
-            std::string text;
-            qxdb::Decimal::AppendDouble(field.AsDouble(), text);
-            return text;
-        }
-        case Column::BindDecimal:
-            return field.AsDecimal().AsString(false, -1);
-        case Column::BindTimestamp:
-            return field.AsTimestamp().AsString();
-        case Column::BindBinary: {
-            const qxdb::DynBuffer& buffer = field.GetBuffer();
-            std::string text;
-            qxdb::BufferBase::AppendHex(text, buffer.GetData(), buffer.GetLength());
-            return text;
-        }
-        case Column::BindLob: {
-            unsigned char bytes[7];
-            std::string text;
-            qxdb::RawStream* stream = field.GetStream();
-            while (const unsigned int count = stream->Read(bytes, sizeof bytes)) {
-                text.append(bytes, bytes + count);
-            }
-            return text;
-        }
-        default: {
-            struct Sink : qxdb::StringInsert {
-                void Insert(const std::string& piece) override { text += piece; }
-                std::string text;
-            } sink;
-            field.GetStringInto(&sink);
-            EXPECT_EQ(sink.text, field.AsString());
-            return sink.text;
-        }
-    }
 }
 
 struct FitCase {

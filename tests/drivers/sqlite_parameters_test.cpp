@@ -59,6 +59,7 @@ TEST(SQLiteParameters, NamesAndOrder) {
         {"SELECT :a, @b, $c", {"a", "b", "c"}},
         {"SELECT :a, :b, :a", {"a", "b"}},
         {"SELECT :x, ?, :x, ?5", {"x", "", "", "", "5"}},
+        {"SELECT :a, @a, $a, :a", {"a", "a", "a"}},
         {"SELECT ':no', '?' -- ?\n", {}},
     };
     for (const Case& c : cases) {
@@ -69,8 +70,8 @@ TEST(SQLiteParameters, NamesAndOrder) {
         for (unsigned int i = 0; i < c.names.size(); ++i) {
             EXPECT_EQ(schema[i].GetName(), c.names[i]) << c.sql;
             EXPECT_EQ(prepared[i].GetName(), c.names[i]) << c.sql;
-            EXPECT_EQ(schema[i].GetType(), Column::BindString);
-            EXPECT_EQ(prepared[i].GetType(), Column::BindString);
+            EXPECT_EQ(schema[i].GetType(), Column::BindUnknown);
+            EXPECT_EQ(prepared[i].GetType(), Column::BindUnknown);
             EXPECT_EQ(schema[i].GetDirection(), DataType::DirectionIn);
             EXPECT_EQ(prepared[i].GetDirection(), DataType::DirectionIn);
         }
@@ -310,7 +311,7 @@ TEST(SQLiteParameters, HintGivesTypes) {
     EXPECT_EQ(schema[0].GetType(), Column::BindInt);
     EXPECT_EQ(schema[1].GetName(), "day");
     EXPECT_EQ(schema[1].GetType(), Column::BindTimestamp);
-    EXPECT_EQ(schema[3].GetType(), Column::BindString);
+    EXPECT_EQ(schema[3].GetType(), Column::BindUnknown);
     qxdb::Fields fields(binding, false, {}, false, nullptr);
     fields[0].SetInt(1);
     fields[1].SetTimestamp(Moment(0));
