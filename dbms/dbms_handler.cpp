@@ -5,6 +5,8 @@
 #include <sstream>
 #include <utility>
 
+#include "dbms/db2_handler.h"
+#include "dbms/db2os390_handler.h"
 #include "dbms/mysql_handler.h"
 #include "dbms/oracle_handler.h"
 #include "dbms/string_table.h"
@@ -25,10 +27,6 @@ const char* MissingHandler(qxdb::DBTYPE type) {
             return "Sybase";
         case qxdb::DBTYPE_SQLSERVER:
             return "Microsoft SQL Server";
-        case qxdb::DBTYPE_DB2:
-            return "DB2 for LUW";
-        case qxdb::DBTYPE_DB2OS390:
-            return "DB2 for OS/390";
         default:
             return nullptr;
     }
@@ -44,6 +42,10 @@ std::unique_ptr<DBMSHandler> DBMSHandler::Create(SQLRequest& request, qxdb::DBTY
         throw qxutils::QXException("The handler for " + std::string(server) +
                                    " is not available in this build");
     switch (type) {
+        case qxdb::DBTYPE_DB2:
+            return std::make_unique<DB2Handler>(request);
+        case qxdb::DBTYPE_DB2OS390:
+            return std::make_unique<DB2OS390Handler>(request);
         case qxdb::DBTYPE_ORACLE:
             return std::make_unique<OracleHandler>(request);
         case qxdb::DBTYPE_MYSQL:

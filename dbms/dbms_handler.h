@@ -52,8 +52,8 @@ class QXSENG2_API DBMSHandler : public qxdb::ErrorRecordCallback {
     static const char* const SQL_OPTION_OFF;  // "OFF"
 
     // The handler of a server type; any type without one of its own gets a plain DBMSHandler. Throws
-    // QXException for the types whose handler this build does not have: Sybase, SQL Server and DB2 in both
-    // families. `request` must outlive the handler.
+    // QXException for the types whose handler this build does not have: Sybase and SQL Server.
+    // `request` must outlive the handler.
     static std::unique_ptr<DBMSHandler> Create(SQLRequest& request, qxdb::DBTYPE type);
 
     ~DBMSHandler() override;

@@ -10,6 +10,8 @@ namespace qxdbsqlengine {
 namespace {
 
 constexpr qxdb::DBTYPE Oracle = qxdb::DBTYPE_ORACLE;
+constexpr qxdb::DBTYPE DB2 = qxdb::DBTYPE_DB2;
+constexpr qxdb::DBTYPE DB2OS390 = qxdb::DBTYPE_DB2OS390;
 constexpr qxdb::DBTYPE MySQL = qxdb::DBTYPE_MYSQL;
 constexpr qxdb::DBTYPE SqlServer = qxdb::DBTYPE_SQLSERVER;
 constexpr qxdb::DBTYPE Sybase = qxdb::DBTYPE_SYBASE;
@@ -85,6 +87,9 @@ constexpr OptionRow OptionRows[] = {
     {Sybase, 50118, 2662, OptionKind::Flag},
 };
 
+constexpr const char* MaxRowCountMeaning = "greatest number of rows of a result set, 0: no limit";
+constexpr const char* LobStreamSizeMeaning = "bytes of a large object that are read without a locator";
+
 // What a handler does with an option by itself. DBTYPE_UNSET: every server.
 struct HandlerOption {
     qxdb::DBTYPE server;
@@ -102,14 +107,19 @@ constexpr HandlerOption HandlerOptions[] = {
      "bytes of the buffer of the server's output, 0: the server's choice (a default option)"},
     {Oracle, OracleExecutionInformationOption, OptionKind::Flag,
      "execution information before and after the run"},
-    {Oracle, OracleMaxRowCountOption, OptionKind::Number,
-     "greatest number of rows of a result set, 0: no limit"},
-    {Oracle, OracleLobStreamSizeOption, OptionKind::Number,
-     "bytes of a large object that are read without a locator"},
+    {Oracle, OracleMaxRowCountOption, OptionKind::Number, MaxRowCountMeaning},
+    {Oracle, OracleLobStreamSizeOption, OptionKind::Number, LobStreamSizeMeaning},
+    {DB2, LobStreamSizeOption, OptionKind::Number, LobStreamSizeMeaning},
+    {DB2, DB2MaxRowCountOption, OptionKind::Number, MaxRowCountMeaning},
+    {DB2, DB2SystemSchemaOption, OptionKind::Flag, "explain into the tables of the schema SYSTOOLS"},
+    {DB2, DB2CreateTablesOption, OptionKind::Flag, "create explain tables that are missing"},
+    {DB2, DB2IsolationOption, OptionKind::Number,
+     "isolation, above version 8.01: 0 reset, 1 UR, 2 CS, 3 RR, 4 RS"},
+    {DB2OS390, LobStreamSizeOption, OptionKind::Number, LobStreamSizeMeaning},
+    {DB2OS390, DB2MaxRowCountOption, OptionKind::Number, MaxRowCountMeaning},
     {MySQL, MySQLStartUpCommandsOption, OptionKind::Text,
      "commands run before the first statement, separated by ;"},
-    {MySQL, MySQLMaxRowCountOption, OptionKind::Number,
-     "greatest number of rows of a result set, 0: no limit"},
+    {MySQL, MySQLMaxRowCountOption, OptionKind::Number, MaxRowCountMeaning},
 };
 
 // Oracle takes no notice of the choice of a parser.

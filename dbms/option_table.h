@@ -38,6 +38,11 @@ constexpr unsigned int OracleOutputBufferSizeOption = 50206;
 constexpr unsigned int OracleExecutionInformationOption = 50306;
 constexpr unsigned int OracleMaxRowCountOption = 50313;
 constexpr unsigned int OracleLobStreamSizeOption = 50331;
+constexpr unsigned int LobStreamSizeOption = 50252;  // both DB2 families
+constexpr unsigned int DB2MaxRowCountOption = 50314;
+constexpr unsigned int DB2SystemSchemaOption = 50470;
+constexpr unsigned int DB2CreateTablesOption = 50472;
+constexpr unsigned int DB2IsolationOption = 50473;
 constexpr unsigned int MySQLStartUpCommandsOption = 50424;
 constexpr unsigned int MySQLMaxRowCountOption = 50463;
 

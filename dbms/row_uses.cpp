@@ -1,5 +1,7 @@
 #include "dbms/row_uses.h"
 
+#include "dbms/db2_handler.h"
+#include "dbms/db2os390_handler.h"
 #include "dbms/option_table.h"
 #include "dbms/oracle_handler.h"
 
@@ -12,8 +14,9 @@ std::vector<RowUse> GetRowUses() {
         const OptionRow& entry = GetOptionRows()[i];
         uses.push_back({entry.row, entry.server == qxdb::DBTYPE_ORACLE ? 0 : 1});
     }
-    for (const RowUse& use : OracleHandler::GetRowUses())
-        uses.push_back(use);
+    for (const std::vector<RowUse>& ofFamily :
+         {OracleHandler::GetRowUses(), DB2Handler::GetRowUses(), DB2OS390Handler::GetRowUses()})
+        uses.insert(uses.end(), ofFamily.begin(), ofFamily.end());
     return uses;
 }
 

@@ -137,14 +137,7 @@ constexpr StringRow SqlRows[] = {
 #undef PLAN_COLUMNS_10
 #undef PLAN_QUERY
 
-constexpr bool AreRowsSorted() {
-    for (std::size_t i = 1; i < std::size(SqlRows); ++i) {
-        if (SqlRows[i - 1].id >= SqlRows[i].id)
-            return false;
-    }
-    return true;
-}
-static_assert(AreRowsSorted(), "rows are found by binary search");
+static_assert(AreRowsSorted(SqlRows, std::size(SqlRows)));
 
 bool IsDecimalNumber(const std::string& text) {
     std::size_t start = !text.empty() && (text[0] == '-' || text[0] == '+') ? 1 : 0;
@@ -154,15 +147,12 @@ bool IsDecimalNumber(const std::string& text) {
 }  // namespace
 
 void RegisterSqlStrings() {
-    ResourceLoader::AddTable(SqlRows, std::size(SqlRows));
+    for (const StringRows& part : {GetCommonStrings(), GetDB2Strings()})
+        ResourceLoader::AddTable(part.rows, part.count);
 }
 
-const StringRow* GetSqlStrings() {
-    return SqlRows;
-}
-
-std::size_t GetSqlStringCount() {
-    return std::size(SqlRows);
+StringRows GetCommonStrings() {
+    return {SqlRows, std::size(SqlRows)};
 }
 
 SqlArgument::SqlArgument(int value) : text(std::to_string(value)), isNumber(true) {}

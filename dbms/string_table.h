@@ -14,9 +14,23 @@ namespace qxdbsqlengine {
 // Makes the rows known to ResourceLoader. Any thread, any number of times; every handler calls it.
 void RegisterSqlStrings();
 
-// All rows, sorted by number.
-const StringRow* GetSqlStrings();
-std::size_t GetSqlStringCount();
+// Rows, sorted by number.
+struct StringRows {
+    const StringRow* rows;
+    std::size_t count;
+};
+// The parts of the table. No number stands in two of them.
+StringRows GetCommonStrings();
+StringRows GetDB2Strings();
+
+// They are found by binary search.
+constexpr bool AreRowsSorted(const StringRow* rows, std::size_t count) {
+    for (std::size_t i = 1; i < count; ++i) {
+        if (rows[i - 1].id >= rows[i].id)
+            return false;
+    }
+    return true;
+}
 
 // One value for a place of a format: a number or a text.
 class SqlArgument {

@@ -31,8 +31,8 @@ using Lines = std::vector<std::string>;
 template <class Handler>
 class OpenFamilyHandler : public Handler {
   public:
-    OpenFamilyHandler(SQLRequest& owner, std::vector<qxdbsqlengine::RowUse>& used)
-        : Handler(owner), uses(used) {}
+    OpenFamilyHandler(SQLRequest& ofRequest, std::vector<qxdbsqlengine::RowUse>& used)
+        : Handler(ofRequest), uses(used) {}
 
     using Handler::ExecuteCommand;
     using Handler::optionRows;

@@ -33,6 +33,8 @@ TEST(OptionTableTest, EachServerHasItsOptionsInOrder) {
               (Ids{50147, 50149, 50206, 50287, 50288, 50289, 50306, 50313, 50331, 50448, 50449, 50450}));
     EXPECT_EQ(IdsOf(qxdb::DBTYPE_ORACLE, 10.0), (Ids{50147, 50149, 50206, 50287, 50288, 50289, 50306, 50313,
                                                      50331, 50448, 50449, 50450, 50451, 50452}));
+    EXPECT_EQ(IdsOf(qxdb::DBTYPE_DB2, 9.0), (Ids{50147, 50252, 50314, 50385, 50470, 50472, 50473}));
+    EXPECT_EQ(IdsOf(qxdb::DBTYPE_DB2OS390, 7.0), (Ids{50147, 50252, 50314, 50385}));
 }
 
 TEST(OptionTableTest, TextsAndKinds) {

@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "dbms/option_table.h"
 #include "dbms/row_uses.h"
@@ -16,6 +17,13 @@ namespace {
 std::string Load(int id) {
     RegisterSqlStrings();
     return ResourceLoader::LoadString(id);
+}
+
+std::vector<StringRow> AllRows() {
+    std::vector<StringRow> rows;
+    for (const StringRows& part : {GetCommonStrings(), GetDB2Strings()})
+        rows.insert(rows.end(), part.rows, part.rows + part.count);
+    return rows;
 }
 
 // Rows that are parts of a statement are tested where the whole statement is sent.
@@ -121,10 +129,17 @@ TEST(StringTableTest, RowsHaveTheirTexts) {
 }
 
 TEST(StringTableTest, RowsAreSortedAndNotEmpty) {
-    for (std::size_t i = 0; i < GetSqlStringCount(); ++i) {
-        EXPECT_STRNE(GetSqlStrings()[i].text, "");
-        EXPECT_LT(i == 0 ? 0 : GetSqlStrings()[i - 1].id, GetSqlStrings()[i].id);
+    for (const StringRows& part : {GetCommonStrings(), GetDB2Strings()}) {
+        EXPECT_TRUE(AreRowsSorted(part.rows, part.count));
+        for (std::size_t i = 0; i < part.count; ++i)
+            EXPECT_STRNE(part.rows[i].text, "") << part.rows[i].id;
     }
+}
+
+TEST(StringTableTest, NoNumberStandsInTwoParts) {
+    std::set<int> numbers;
+    for (const StringRow& row : AllRows())
+        EXPECT_TRUE(numbers.insert(row.id).second) << row.id;
 }
 
 // Rows that no handler asks for: there is no option for it.
@@ -161,8 +176,8 @@ TEST(StringTableTest, EveryRowIsAskedForBySomebody) {
     std::set<int> used = rowsOfNobody;
     for (const RowUse& use : GetRowUses())
         used.insert(use.row);
-    for (std::size_t i = 0; i < GetSqlStringCount(); ++i)
-        EXPECT_EQ(used.count(GetSqlStrings()[i].id), 1u) << GetSqlStrings()[i].id;
+    for (const StringRow& row : AllRows())
+        EXPECT_EQ(used.count(row.id), 1u) << row.id;
 }
 
 TEST(StringTableTest, OneCallerAsksInOneWay) {
