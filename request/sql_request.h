@@ -203,7 +203,8 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     virtual void PrepareProcedure(qxdb::Statement& running, std::unique_ptr<qxdb::Fields>& fields);
     // Binds the storage inside the parameters, which stays until the statement has run.
     virtual void BindStatementWithOutputPatameter(qxdb::BindValue& binding);
-    // By ordinal a value is read as the type of its field, by name as the type of its parameter.
+    // By ordinal a value is read as the type of its field, by name as the type of its parameter. A list that
+    // binds by name does so for procedures, and for a text of which all parameters have names.
     virtual void BindParametersByOrdinal(std::unique_ptr<qxdb::Fields>& fields);
     virtual void BindParametersByName(std::unique_ptr<qxdb::Fields>& fields);
 
@@ -376,6 +377,7 @@ class QXSENG2_API SQLRequest : public DispatchCallbacks, public FieldHandlers {
     std::shared_ptr<qxdb::Schema> CurrentSchema();
     std::shared_ptr<qxdb::Schema> NeedSchema(qxdb::Statement& running);
     void TellSchema(qxdb::Schema& columns);
+    void BindStatementByName(qxdb::Fields& fields);
     bool BindsByName();
     unsigned int CountUnnamedReturnValues(const qxdb::Schema& columns);
     bool HasField(const Parameter& parameter, unsigned int column);

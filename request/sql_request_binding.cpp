@@ -28,7 +28,6 @@ T& ItemOf(Parameter& parameter) {
 // leaves the field as it was.
 void WriteValue(qxdb::Field& field, Column::BindType type, const Parameter& parameter) {
     switch (type) {
-        case Column::BindUnknown:
         case Column::BindString:
         case Column::BindOtherString:
             return field.SetString(parameter.AsString());
@@ -48,7 +47,7 @@ void WriteValue(qxdb::Field& field, Column::BindType type, const Parameter& para
             return field.SetBigInt(parameter.AsBigInt());
         case Column::BindBinary: {
             const qxdb::DynBuffer& bytes = parameter.AsBinary();
-            // Drivers make the field a value, and not null, when they are given a text.
+            // The empty text makes the field a value; its buffer takes the bytes without a further copy.
             field.SetString(std::string());
             field.GetBuffer().Assign(static_cast<const qxdb::BufferBase&>(bytes));
             return;
@@ -61,11 +60,26 @@ void WriteValue(qxdb::Field& field, Column::BindType type, const Parameter& para
     }
 }
 
+// A field whose type the server leaves open takes the value as it is.
+Column::BindType TypeFor(qxdb::Field& field, const Parameter& parameter) {
+    const Column::BindType type = field.GetType();
+    return type == Column::BindUnknown ? parameter.GetType() : type;
+}
+
 void BindParameter(qxdb::Field& field, Column::BindType type, const Parameter& parameter) {
     if (parameter.IsNull())
         field.SetNull();
     else if (!parameter.IsDefault())
         WriteValue(field, type, parameter);
+}
+
+// Markers without names can only be bound by position.
+bool HasNamesOnly(qxdb::Fields& fields) {
+    for (unsigned int i = 0; i < fields.GetFieldCount(); ++i) {
+        if (fields[i].GetName().empty())
+            return false;
+    }
+    return true;
 }
 
 void BindStorage(qxdb::BindValue& binding, Parameter& parameter) {
@@ -135,8 +149,25 @@ void SQLRequest::PrepareSQL(qxdb::Statement& running, std::unique_ptr<qxdb::Fiel
     // Asked again: whoever was told of the schema may have changed the parameters.
     if (IsStatementWithOutputParameter())
         BindStatementWithOutputPatameter(binding);
+    else if (fields && BindsByName() && HasNamesOnly(*fields))
+        BindStatementByName(*fields);
     else
         BindParametersByOrdinal(fields);
+}
+
+// A text may have a name in several places, and each of them takes the value.
+void SQLRequest::BindStatementByName(qxdb::Fields& fields) {
+    const std::shared_ptr<ParameterList> list = CurrentParameters();
+    std::multimap<std::string, qxdb::Field*> byName;
+    for (unsigned int i = 0; i < fields.GetFieldCount(); ++i)
+        byName.emplace(fields[i].GetName(), &fields[i]);
+    for (const Parameter& parameter : *list) {
+        const auto places = byName.equal_range(parameter.GetName());
+        if (places.first == places.second)
+            ThrowUnknownParameter(parameter.GetName());
+        for (auto place = places.first; place != places.second; ++place)
+            BindParameter(*place->second, parameter.GetType(), parameter);
+    }
 }
 
 void SQLRequest::PrepareProcedure(qxdb::Statement& running, std::unique_ptr<qxdb::Fields>& fields) {
@@ -200,7 +231,8 @@ void SQLRequest::BindParametersByOrdinal(std::unique_ptr<qxdb::Fields>& fields) 
         const int position = ConvertFieldIndexToParameterIndex(field, i, inputOnly);
         if (position < 0 || position >= static_cast<int>(byPosition.size()))
             return;
-        BindParameter(field, field.GetType(), *byPosition[static_cast<std::size_t>(position)]);
+        const Parameter& parameter = *byPosition[static_cast<std::size_t>(position)];
+        BindParameter(field, TypeFor(field, parameter), parameter);
     }
 }
 

@@ -111,9 +111,11 @@ int SendStorage(const Sender& sender, qxdb::BoundStorage storage) {
         storage);
 }
 
-// A parameter as its statement or its hint describes it. The name in the text wins.
+// A parameter as its statement or its hint describes it. The name in the text wins. SQLite gives a parameter
+// no type: without a hint it takes a value of any.
 std::shared_ptr<const Column> Describe(const char* name, const qxdb::Schema& hint, unsigned int index) {
     auto record = std::make_shared<qxdb::ColumnRecord>();
+    record->type = Column::BindUnknown;
     if (index < hint.GetNumberColumns()) {
         const Column& hinted = hint[index];
         record->name = hinted.GetName();

@@ -26,6 +26,10 @@ struct ParameterSlot {
 };
 
 // Shared by the statement, which sends the values, and the fields, which hold none themselves.
+//
+// One position for each parameter that SQLite counts: ?N has the name N, and :n, @n and $n are three
+// parameters of the name n, while :n twice is one. A position that nobody sets is NULL: SQLite knows no
+// default of a parameter.
 class ParameterBinding : public qxdb::BindValueImpl, public std::enable_shared_from_this<ParameterBinding> {
   public:
     // Without a statement: no parameters. `hint` describes the first of them, as far as it goes.

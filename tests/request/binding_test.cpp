@@ -257,6 +257,26 @@ TEST_F(BindingTest, ByNameWithUnknownNameEndsTheItemBeforeExecution) {
     }
 }
 
+TEST_F(BindingTest, AStatementOfNamedParametersIsBoundByName) {
+    server.Expect("x").Parameters({In("b", Column::BindString), In("a"), In("b"), In("c")});
+    ASSERT_TRUE(Run(Named({Number("a", 1), Number("b", 2)}), "x"));
+    // A name in several places goes to all of them, as the type of the parameter.
+    EXPECT_EQ(server.Bound(), (Lines{"int 2", "int 1", "int 2", "nothing"}));
+    server.Expect("x").Parameters({In("a")});
+    ASSERT_TRUE(Run(Named({DefaultOf("a")}), "x"));
+    EXPECT_EQ(server.Bound(), (Lines{"nothing"}));
+    server.Expect("y").Parameters({In("a")}).NeverExecuted();
+    EXPECT_FALSE(Run(Named({Number("a", 1), Number("A", 2)}), "y"));
+    EXPECT_EQ(LastError(), "Unknown parameter : A");
+    EXPECT_EQ(server.Executed(), (Lines{"x", "x"}));
+}
+
+TEST_F(BindingTest, AMarkerWithoutANameMeansBindingByPosition) {
+    server.Expect("x").Parameters({In("b"), In("")});
+    ASSERT_TRUE(Run(Named({Number("a", 1), Number("b", 2)}), "x"));
+    EXPECT_EQ(server.Bound(), (Lines{"int 1", "int 2"}));
+}
+
 TEST_F(BindingTest, AnUnknownDefaultIsUnknownAllTheSame) {
     server.Expect("p").Parameters({In("a")}).NeverExecuted();
     EXPECT_FALSE(Run(Named({Number("a", 1), DefaultOf("b")}), "p", SQLRequest::RequestProcedure));

@@ -71,7 +71,12 @@ TEST_F(BindingValuesTest, ByOrdinalAValueIsReadAsTheTypeOfItsField) {
     times[0] = times[10] = noTimestamp;
     times[9] = "timestamp 2006-12-31 10:20:30";
 
-    const FieldCase cases[] = {{Column::BindUnknown, texts},
+    // A field of no type takes the value as it is.
+    const std::vector<std::string> own = {
+        "string '7'", "int 7",        "long 7",  "short 7",    "float 7.5",
+        "double 7.5", "decimal 7.50", "int64 7", "bytes 07AB", "timestamp 2006-12-31 10:20:30",
+        "string '7'"};
+    const FieldCase cases[] = {{Column::BindUnknown, own},
                                {Column::BindString, texts},
                                {Column::BindInt, whole("int")},
                                {Column::BindLong, whole("long")},

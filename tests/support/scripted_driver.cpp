@@ -463,25 +463,29 @@ std::shared_ptr<qxdb::ConfigurationParametersImpl> ScriptConnection::GetConfigur
 
 class ScriptDriver : public qxdb::Driver {
   public:
-    ScriptDriver(std::string driverName, qxdb::DBTYPE servedType, ScriptedServer& scriptedServer,
+    ScriptDriver(std::string driverName, qxdb::DBTYPE servedType, const std::shared_ptr<State>& serverState,
                  std::vector<std::string>* definitionLog)
-        : name(std::move(driverName)), type(servedType), server(scriptedServer), definitions(definitionLog) {}
+        : name(std::move(driverName)), type(servedType), server(serverState), definitions(definitionLog) {}
 
     std::string GetName() const override { return name; }
-    bool Serves(qxdb::DBTYPE asked) const override { return asked == type; }
+    // The manager keeps drivers for good, servers come and go with the tests.
+    bool Serves(qxdb::DBTYPE asked) const override { return asked == type && !server.expired(); }
     std::shared_ptr<qxdb::ConnectionImpl> Connect(const qxdb::ConnectionDef& definition) override {
+        const std::shared_ptr<State> alive = server.lock();
+        if (!alive)
+            ThrowErrors("The scripted server is gone");
         if (definitions != nullptr) {
             definitions->push_back(std::to_string(definition.GetType()) + "|" + definition.GetDataSource() +
                                    "|" + definition.GetUser() + "|" + definition.GetPassword() + "|" +
                                    definition.GetDriverName() + "|" + definition.GetOptions());
         }
-        return server.MakeConnection();
+        return std::make_shared<ScriptConnection>(alive);
     }
 
   private:
     std::string name;
     qxdb::DBTYPE type;
-    ScriptedServer& server;
+    std::weak_ptr<State> server;
     std::vector<std::string>* definitions;
 };
 
@@ -614,7 +618,8 @@ void ScriptedServer::Verify() {
 
 void RegisterScriptedDriver(const std::string& name, qxdb::DBTYPE type, ScriptedServer& server,
                             std::vector<std::string>* definitions) {
-    qxdb::Manager::Instance().RegisterDriver(std::make_shared<ScriptDriver>(name, type, server, definitions));
+    qxdb::Manager::Instance().RegisterDriver(
+        std::make_shared<ScriptDriver>(name, type, server.state, definitions));
 }
 
 }  // namespace qxtest

@@ -255,11 +255,14 @@ class ScriptedServer {
     struct State;
 
   private:
+    friend void RegisterScriptedDriver(const std::string& name, qxdb::DBTYPE type, ScriptedServer& server,
+                                       std::vector<std::string>* definitions);
     std::shared_ptr<State> state;
     bool verified = false;
 };
 
-// Registers a driver with the manager under `name`, which serves `type`; every connection goes to `server`.
+// Registers a driver with the manager under `name`, which serves `type` as long as `server` lives; every
+// connection goes there.
 // `definitions` gets the text "type|source|user|password|driver|options" of each connection made.
 void RegisterScriptedDriver(const std::string& name, qxdb::DBTYPE type, ScriptedServer& server,
                             std::vector<std::string>* definitions = nullptr);
