@@ -42,12 +42,15 @@ OwnedBstr ToBstr(const std::string& bytes) {
     return wide;
 }
 
-// A component that throws has failed.
+// A component that throws has failed. Its reason stays for ReasonOf only when it did.
 template <class Call>
 HRESULT CallComponent(const Call& call) {
     qxos::TakeComponentErrorText();
     try {
-        return call();
+        const HRESULT result = call();
+        if (result >= 0)
+            qxos::TakeComponentErrorText();
+        return result;
     } catch (const _com_error& failure) {
         qxos::SetComponentErrorText(failure.ErrorMessage());
     } catch (const std::exception& failure) {

@@ -87,8 +87,10 @@ bool SQLRequest::ExecuteScript(const qxdbsrd::ConnectionDefElement& def, qxdb::C
     for (;;) {
         CheckCancelled();
         const bool retrieved = batchProcessor->RetrieveBatch(item);
-        // A cancel ends the waiting for an item before it marks the request, both under this lock.
-        ScriptGuard(scriptLock).Unlock();
+        {
+            // A cancel ends the waiting for an item and then marks the request, both under this lock.
+            const ScriptGuard behindTheCancel(scriptLock);
+        }
         CheckCancelled();
         if (!retrieved)
             break;
