@@ -62,7 +62,7 @@ bool QXDBBatchProcessor::RetrieveBatch(BatchInfo& info) {
     const bool complete = ProcessingComplete() || cancelled;
     if (GetBatchCount() == 0) {
         if (complete)
-            return false;
+            return EndOfScript();
     } else if (complete) {
         GetBatch(info);
         return true;
@@ -74,6 +74,7 @@ bool QXDBBatchProcessor::RetrieveBatch(BatchInfo& info) {
             return true;
         }
         qxos::OutputDebugStringA("===>SetEvent occured on processing complete.\r\n");
+        return EndOfScript();
     } catch (const NoSignal& failure) {
         qxos::OutputDebugStringA(failure.what());
         Fail(RPC_E_TIMEOUT, thread.GetStatus() == qxutils::Thread::StatusNotStarted
@@ -83,6 +84,14 @@ bool QXDBBatchProcessor::RetrieveBatch(BatchInfo& info) {
         qxos::OutputDebugStringA(failure.what());
         Fail(E_FAIL, failure.what());
     }
+    return false;
+}
+
+// A parser tells its end from within the parse, and how it went by what the parse returns: who asks
+// GetFailure at the end of a script must find it there.
+bool QXDBBatchProcessor::EndOfScript() {
+    if (!cancelled)
+        thread.WaitForExit(static_cast<unsigned long>(silenceMs));
     return false;
 }
 

@@ -49,6 +49,7 @@ class QXSENG2_API QXDBBatchProcessor {
     void GetBatch(BatchInfo& info);
     bool ParseProcParams(wstring& params, BatchInfo& info);
     void Fail(HRESULT code, const std::string& reason);
+    bool EndOfScript();
 
     qxutils::Event available;
     qxos::CComObject<QXDBBatchProcessorThread> thread;

@@ -97,6 +97,28 @@ TEST(BatchProcessorTest, StatementsBehindTheEndOfTheParseAreDrained) {
     EXPECT_EQ(debug.Texts(), Lines());
 }
 
+// The failure is there when the end is, though the parser tells the end first.
+TEST(BatchProcessorTest, EndWaitsForHowTheParseWent) {
+    for (const bool readsFirst : {true, false}) {
+        FakeParser parser;
+        qxutils::Event ended(false, false, "");
+        ended.SetTimeout(10000);
+        parser.Puts("a")
+            .Completes()
+            .Does([&] {
+                ended.SetEvent();
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            })
+            .Fails(E_FAIL, "the rest is missing");
+        const auto processor = Process();
+        if (!readsFirst) {
+            EXPECT_TRUE(ended.Lock());
+        }
+        EXPECT_EQ(Statements(*processor), (Lines{"a"}));
+        EXPECT_EQ(FailureOf(*processor), "0x80004005 the rest is missing");
+    }
+}
+
 TEST(BatchProcessorTest, SilentParserEndsTheScript) {
     EXPECT_EQ(qxbatch::limits.silenceMs, 300000);
     const ScopedLimits limits(50, 100, 1 << 20);
