@@ -17,9 +17,10 @@
 // The position counts bytes from the start of the text.
 //
 // Parameters are ?, ?N, :name, @name and $name, in Prepare only; a name without its prefix is the name of the
-// column in the schema. SQLite knows no types of parameters, so they are strings unless a bind hint says
-// otherwise; a value goes to the server in the type of the setter that set it, a parameter that was never set
-// as NULL. A Decimal goes as a number where that is the same value, else as text; a Timestamp as ISO text.
+// column in the schema. SQLite knows no types of parameters, so they are of BindUnknown, which takes any value,
+// unless a bind hint says otherwise. A value goes to the server in the type of the setter that set it, a
+// parameter that was never set, as one left to its default, as NULL. A Decimal goes as a number where that is
+// the same value, else as text; a Timestamp as ISO text. There are no output parameters and no procedures.
 //
 // Types of result columns, by the first of these words in the declared type:
 //   INT INTEGER BIGINT INT8                                  Int64
