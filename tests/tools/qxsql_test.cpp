@@ -7,29 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "tools/qxsql_fixture.h"
 #include "tools/run_tool.h"
 
 namespace qxtest {
 namespace {
-
-using Words = std::vector<std::string>;
-
-ToolResult Qxsql(Words arguments, const std::string& input = "") {
-    arguments.insert(arguments.begin(), QXSQL_PATH);
-    return RunTool(arguments, input);
-}
-
-class QxsqlTool : public testing::Test {
-  protected:
-    std::string Database() const { return "sqlite:" + directory.File("shop.db"); }
-    void MakeShop() {
-        const ToolResult made = Qxsql({"--create", "--quiet", Database(), "-f", SHOP_SQL});
-        ASSERT_EQ(0, made.exitCode) << made.err;
-        EXPECT_EQ("", made.out);
-        EXPECT_EQ("", made.err);
-    }
-    TemporaryDirectory directory;
-};
 
 TEST_F(QxsqlTool, TabDelimitedTextWhenStandardOutputIsNoTerminal) {
     const ToolResult result = Qxsql({"sqlite::memory:", "SELECT 1 AS a, 'x' AS b, NULL AS c"});

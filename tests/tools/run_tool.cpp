@@ -7,11 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <thread>
 
 namespace qxtest {
 
@@ -38,53 +39,129 @@ std::string ReadToEnd(int file) {
     return text;
 }
 
-int WaitFor(pid_t child) {
+void WaitFor(pid_t child, ToolResult& result) {
     int status = 0;
     waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    result.signalled = !WIFEXITED(status);
+    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+// Signals that this process ignores must not be ignored by the program that is tried.
+[[noreturn]] void BecomeTool(const std::vector<char*>& arguments,
+                             const std::map<std::string, std::string>& environment) {
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGPIPE})
+        std::signal(number, SIG_DFL);
+    for (const auto& [name, value] : environment)
+        setenv(name.c_str(), value.c_str(), 1);
+    execv(arguments[0], arguments.data());
+    _exit(127);
 }
 
 }  // namespace
 
-ToolResult RunTool(const std::vector<std::string>& command, const std::string& input,
-                   const std::map<std::string, std::string>& environment) {
+RunningTool::RunningTool(const std::vector<std::string>& command,
+                         const std::map<std::string, std::string>& environment) {
     int in[2];
     int out[2];
     int err[2];
-    if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0)
-        return {};
+    if (pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0 || pipe2(err, O_CLOEXEC) != 0) {
+        ADD_FAILURE() << "no pipes";
+        return;
+    }
     const std::vector<char*> arguments = Arguments(command);
-    const pid_t child = fork();
+    child = fork();
     if (child == 0) {
         dup2(in[0], 0);
         dup2(out[1], 1);
         dup2(err[1], 2);
-        for (const auto& [name, value] : environment)
-            setenv(name.c_str(), value.c_str(), 1);
-        execv(arguments[0], arguments.data());
-        _exit(127);
+        BecomeTool(arguments, environment);
     }
     close(in[0]);
     close(out[1]);
     close(err[1]);
-    ToolResult result;
-    std::thread writer([&] {
-        // The program may end before it has read everything.
-        std::size_t written = 0;
-        while (written < input.size()) {
-            const ssize_t count = write(in[1], input.data() + written, input.size() - written);
-            if (count <= 0)
-                break;
-            written += static_cast<std::size_t>(count);
+    // The program may end before it has read everything.
+    std::signal(SIGPIPE, SIG_IGN);
+    input = in[1];
+    outReader = std::thread([this, file = out[0]] { Collect(file, &ToolResult::out); });
+    errReader = std::thread([this, file = err[0]] { Collect(file, &ToolResult::err); });
+}
+
+RunningTool::~RunningTool() {
+    if (child > 0) {
+        kill(child, SIGKILL);
+        Finish();
+    }
+}
+
+void RunningTool::Collect(int file, std::string ToolResult::*part) {
+    char block[65536];
+    for (;;) {
+        const ssize_t count = read(file, block, sizeof block);
+        const std::lock_guard<std::mutex> guard(lock);
+        if (count <= 0) {
+            --openOutputs;
+            changed.notify_all();
+            break;
         }
-        close(in[1]);
-    });
-    std::thread errors([&] { result.err = ReadToEnd(err[0]); });
-    result.out = ReadToEnd(out[0]);
-    errors.join();
-    writer.join();
-    result.exitCode = WaitFor(child);
+        (result.*part).append(block, static_cast<std::size_t>(count));
+        changed.notify_all();
+    }
+    close(file);
+}
+
+bool RunningTool::WaitFor(const std::string& text, std::string ToolResult::*part) {
+    std::unique_lock<std::mutex> guard(lock);
+    const auto found = [&] { return (result.*part).find(text) != std::string::npos; };
+    changed.wait_for(guard, std::chrono::seconds(30), [&] { return found() || openOutputs == 0; });
+    return found();
+}
+
+bool RunningTool::WaitForOutput(const std::string& text) {
+    return WaitFor(text, &ToolResult::out);
+}
+
+bool RunningTool::WaitForError(const std::string& text) {
+    return WaitFor(text, &ToolResult::err);
+}
+
+void RunningTool::Write(const std::string& text) {
+    std::size_t written = 0;
+    while (written < text.size()) {
+        const ssize_t count = write(input, text.data() + written, text.size() - written);
+        if (count <= 0)
+            break;
+        written += static_cast<std::size_t>(count);
+    }
+}
+
+void RunningTool::CloseInput() {
+    if (input >= 0)
+        close(input);
+    input = -1;
+}
+
+void RunningTool::Signal(int number) {
+    kill(child, number);
+}
+
+ToolResult RunningTool::Finish() {
+    CloseInput();
+    if (outReader.joinable())
+        outReader.join();
+    if (errReader.joinable())
+        errReader.join();
+    const std::lock_guard<std::mutex> guard(lock);
+    if (child > 0)
+        qxtest::WaitFor(child, result);
+    child = -1;
     return result;
+}
+
+ToolResult RunTool(const std::vector<std::string>& command, const std::string& input,
+                   const std::map<std::string, std::string>& environment) {
+    RunningTool tool(command, environment);
+    tool.Write(input);
+    return tool.Finish();
 }
 
 ToolResult RunOnTerminal(const std::vector<std::string>& command, int columns) {
@@ -94,17 +171,15 @@ ToolResult RunOnTerminal(const std::vector<std::string>& command, int columns) {
     const std::vector<char*> arguments = Arguments(command);
     int terminal = -1;
     const pid_t child = forkpty(&terminal, nullptr, nullptr, &size);
-    if (child == 0) {
-        execv(arguments[0], arguments.data());
-        _exit(127);
-    }
+    if (child == 0)
+        BecomeTool(arguments, {});
     ToolResult result;
     const std::string raw = ReadToEnd(terminal);
     for (const char c : raw) {
         if (c != '\r')
             result.out += c;
     }
-    result.exitCode = WaitFor(child);
+    WaitFor(child, result);
     return result;
 }
 

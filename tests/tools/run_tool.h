@@ -1,14 +1,20 @@
 // Runs a program as a user's shell would and keeps what it printed.
 #pragma once
 
+#include <sys/types.h>
+
+#include <condition_variable>
 #include <map>
+#include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace qxtest {
 
 struct ToolResult {
     int exitCode = -1;  // 128 + signal when a signal ended it
+    bool signalled = false;
     std::string out;
     std::string err;
 };
@@ -16,6 +22,40 @@ struct ToolResult {
 // `input` goes to standard input. `environment` is added to this process's own. No shell is involved.
 ToolResult RunTool(const std::vector<std::string>& command, const std::string& input = "",
                    const std::map<std::string, std::string>& environment = {});
+
+// A program while it runs. Waits have limits of half a minute.
+class RunningTool {
+  public:
+    explicit RunningTool(const std::vector<std::string>& command,
+                         const std::map<std::string, std::string>& environment = {});
+    // Kills it when it still runs.
+    ~RunningTool();
+    RunningTool(const RunningTool&) = delete;
+    RunningTool& operator=(const RunningTool&) = delete;
+
+    // Until what was printed to standard output, or to standard error, holds the text. False when it ends
+    // without it.
+    bool WaitForOutput(const std::string& text);
+    bool WaitForError(const std::string& text);
+    void Write(const std::string& input);
+    void CloseInput();
+    void Signal(int number);
+    // Closes its input and waits for its end.
+    ToolResult Finish();
+
+  private:
+    void Collect(int file, std::string ToolResult::*part);
+    bool WaitFor(const std::string& text, std::string ToolResult::*part);
+
+    pid_t child = -1;
+    int input = -1;
+    std::mutex lock;
+    std::condition_variable changed;
+    ToolResult result;    // guarded by lock
+    int openOutputs = 2;  // guarded by lock
+    std::thread outReader;
+    std::thread errReader;
+};
 
 // The same on a terminal of its own: standard output is a screen of `columns` columns. What goes to standard
 // error arrives on the screen as well. Line ends come back as "\n".

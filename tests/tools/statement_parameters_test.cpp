@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace qxsql {
 namespace {
@@ -137,6 +140,45 @@ TEST(StatementParameters, NamesForAllOrForNone) {
     EXPECT_EQ(0U, Refusal({{"", "a=1"}, {"", "=b=2"}}).find("--param: \"=b=2\" has no name, but"));
     EXPECT_EQ(0U, Refusal({{"", "1"}, {"", "a=2"}}).find("--param: \"a=2\" has a name, but"));
     EXPECT_EQ(0U, ReadParameters({}).GetParameterCount());
+}
+
+qxdb::Schema Wanted(const std::vector<std::string>& names) {
+    qxdb::Schema::Columns columns;
+    for (const std::string& name : names) {
+        auto column = std::make_shared<qxdb::ColumnRecord>();
+        column->name = name;
+        columns.push_back(column);
+    }
+    return qxdb::Schema(columns);
+}
+
+// The values in their order, or what is wrong.
+std::string Ordered(const std::vector<ParameterWord>& words, const std::vector<std::string>& wanted) {
+    try {
+        const ParameterList list = OrderParameters(ReadParameters(words), Wanted(wanted));
+        EXPECT_EQ(ParameterList::BindByOrdinal, list.GetBindMethod());
+        std::string values;
+        for (unsigned int i = 0; i < list.GetParameterCount(); ++i)
+            values += list[i].AsString();
+        return values;
+    } catch (const std::invalid_argument& error) {
+        return error.what();
+    }
+}
+
+TEST(StatementParameters, OrderIsThatOfTheStatement) {
+    EXPECT_EQ("12", Ordered({{"", "1"}, {"", "2"}}, {"", ""}));
+    EXPECT_EQ("12", Ordered({{"", "1"}, {"", "2"}}, {"b", "a"}));
+    EXPECT_EQ("21", Ordered({{"", "a=1"}, {"", "b=2"}}, {"b", "a"}));
+    EXPECT_EQ("121", Ordered({{"", "a=1"}, {"", "b=2"}}, {"a", "b", "a"}));
+    EXPECT_EQ("--param: the statement has 1 parameter(s), and 2 are given",
+              Ordered({{"", "1"}, {"", "2"}}, {""}));
+    EXPECT_EQ("--param: the statement has no parameter \"A\"; it has a", Ordered({{"", "A=1"}}, {"a"}));
+    EXPECT_EQ("--param: the statement has parameters without names, which can only be given without names",
+              Ordered({{"", "a=1"}}, {"", "a"}));
+    EXPECT_EQ("--param: the statement has no parameter \"a\"; it has none", Ordered({{"", "a=1"}}, {}));
+    EXPECT_EQ("--param: nothing is given for the parameter \"b\" of the statement",
+              Ordered({{"", "a=1"}}, {"a", "b"}));
 }
 
 TEST(StatementParameters, DescriptionFollowsTheList) {

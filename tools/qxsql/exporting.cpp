@@ -17,7 +17,8 @@ namespace {
 // Shows the percentage and prints what the writer or reader reports.
 class FileProgress : public qxdbsqlengine::IQXPersistenceProgressCallback {
   public:
-    FileProgress(const char* action, bool wanted) : what(action), percent(wanted) {}
+    FileProgress(const char* action, bool quiet)
+        : what(action), percent(quiet ? ProgressLine::Never : ProgressLine::OnTerminal) {}
 
     void OnProgress(float done) override {
         // Called for each row: most of the time only this counter moves.
@@ -74,7 +75,7 @@ ResultFileType FileTypeFor(const CommandLine& line, const std::string& fileName)
 }
 
 bool ExportToFile(const CommandLine& line, const StorePtr& store, const std::deque<int>& resultSets) {
-    FileProgress progress("Exporting", !line.quiet);
+    FileProgress progress("Exporting", line.quiet);
     // An empty list means all result sets to the writer; without results the file is empty all the same.
     Persistence writer(FileTypeFor(line, line.outputFile), Interrupted(), &progress,
                        resultSets.empty() ? StorePtr(new qxdbsqlengine::DataStorage(
@@ -90,7 +91,7 @@ bool ExportToFile(const CommandLine& line, const StorePtr& store, const std::deq
 }
 
 bool WriteToStream(const CommandLine& line, const StorePtr& store, int resultSet, std::ostream& out) {
-    FileProgress progress("Writing", !line.quiet);
+    FileProgress progress("Writing", line.quiet);
     Persistence writer(FileTypeFor(line, ""), Interrupted(), &progress, store);
     Configure(line, writer);
     writer.SetOutputStream(&out);
@@ -101,7 +102,7 @@ bool WriteToStream(const CommandLine& line, const StorePtr& store, int resultSet
 }
 
 bool LoadFile(const CommandLine& line, const StorePtr& store) {
-    FileProgress progress("Reading", !line.quiet);
+    FileProgress progress("Reading", line.quiet);
     Persistence reader(FileTypeFor(line, line.readFile), Interrupted(), &progress, store);
     Configure(line, reader);
     reader.SetFileName(line.readFile.c_str());

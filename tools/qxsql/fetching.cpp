@@ -1,20 +1,25 @@
 #include "tools/qxsql/fetching.h"
 
 #include <charconv>
-#include <exception>
+#include <fstream>
 #include <iostream>
+#include <iterator>
 #include <map>
+#include <memory>
 #include <stdexcept>
 
 #include "engine/director.h"
-#include "engine/single_connection.h"
 #include "platform/os/variant.h"
 #include "request/sql_request.h"
-#include "tools/qxsql/connection_text.h"
+#include "tools/qxsql/file_failure.h"
 #include "tools/qxsql/interrupt.h"
+#include "tools/qxsql/messages.h"
 #include "tools/qxsql/presenter.h"
+#include "tools/qxsql/run_loop.h"
 #include "tools/qxsql/run_watcher.h"
-#include "tools/qxsql/sorting.h"
+#include "tools/qxsql/script_input.h"
+#include "tools/qxsql/statement_parameters.h"
+#include "tools/qxsql/tool_connection.h"
 
 namespace qxsql {
 
@@ -53,92 +58,147 @@ OptionMap Options(const CommandLine& line) {
     return options;
 }
 
-void ApplySettings(const CommandLine& line, CSingleRequestDirector& director) {
-    director.SetBindAsStrings(line.asStrings);
-    const qxdbsqlengine::RequestPtr request = director.GetRequest();
-    if (auto* const sqlRequest = dynamic_cast<SQLRequest*>(Loki::GetImplRef(request))) {
-        sqlRequest->SetMaxRowCount(line.maxRows);
-        sqlRequest->SetMaxErrorCount(line.maxErrors);
+// The one statement of the command line, when it is no script.
+std::string ReadStatement(const CommandLine& line) {
+    if (line.sql)
+        return *line.sql;
+    const ScriptInput input(line.sqlFile, ScriptInput::AsTheyAre);
+    std::ifstream file(input.Path(), std::ios::binary);
+    std::string text{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    if (!file || file.bad())
+        throw FileFailure("Cannot read " + input.Name());
+    return text;
+}
+
+// The reason has been printed.
+class NoConnection {};
+
+std::unique_ptr<ToolConnection> Connect(const CommandLine& line) {
+    try {
+        return std::make_unique<ToolConnection>(line);
+    } catch (const Errors& errors) {
+        PrintErrors(errors);
+        throw NoConnection();
     }
 }
 
-void Present(const RunEvent& event, Presenter& presenter) {
-    switch (event.kind) {
-        case RunEvent::Error:
-            presenter.ErrorArrived(event.errors);
-            break;
-        case RunEvent::ResultBegin:
-            presenter.ResultBegins(event.resultSet, event.type);
-            break;
-        case RunEvent::ResultEnd:
-            presenter.ResultEnds(event.resultSet);
-            break;
-        case RunEvent::RequestEnd:
-            break;
+// One run over a connection, from its start to what the user is told at its end.
+class Run {
+  public:
+    // `scriptName`: empty when it is none.
+    Run(const CommandLine& commandLine, std::unique_ptr<ToolConnection> opened, const std::string& scriptName)
+        : line(commandLine),
+          connection(*opened),
+          connectionHandle(opened.release()),
+          director(connection.Definition(), connectionHandle, Options(line), OptionMap(), nullptr,
+                   line.separator, true),
+          requestHandle(director.GetRequest()),
+          request(dynamic_cast<SQLRequest&>(*Loki::GetImplRef(requestHandle))),
+          presenter(line, director.GetDataStorage(), scriptName),
+          loop(director, watcher, presenter) {
+        watcher.Watch(director);
+        director.SetBindAsStrings(line.asStrings);
+        request.SetMaxRowCount(line.maxRows);
+        request.SetMaxErrorCount(line.maxErrors);
     }
+
+    void StartScript(const ScriptInput& input) {
+        script = &input;
+        loop.SetProgress([this] { return request.GetScriptBytesDone(); }, input.Size());
+        director.Execute(input.Path(), SQLRequest::RequestScript, true, false);
+    }
+
+    void StartStatement(const std::string& sql) {
+        if (line.parameters.GetParameterCount() == 0) {
+            director.Execute(sql, SQLRequest::RequestSQL, false, false);
+            return;
+        }
+        request.SetSQL(sql, SQLRequest::RequestSQL, false, false);
+        BindParameters(sql);
+        director.Execute();
+    }
+
+    int FollowToEnd() {
+        if (line.timeout)
+            loop.SetTimeout(*line.timeout);
+        const RunLoop::End end = loop.Follow();
+        if (end == RunLoop::Complete)
+            ReportShortScript();
+        presenter.Finish();
+        switch (end) {
+            case RunLoop::CancelledByUser:
+                return ExitInterrupted;
+            case RunLoop::CancelledByTime:
+                return ExitTimeout;
+            case RunLoop::CancelFailed:
+                return ExitCancelFailed;
+            case RunLoop::Complete:
+                break;
+        }
+        return Interrupted() ? ExitInterrupted : presenter.ExitCode();
+    }
+
+  private:
+    // The statement is asked for its parameters first: what is missing would be sent as NULL without a word,
+    // and servers that know no types are told them.
+    void BindParameters(const std::string& sql) {
+        qxdb::Statement statement = connection.GetConnection().CreateStatement(qxdb::CursorDefault, 1);
+        statement.Prepare(sql, qxdb::Statement::PrepareSQL);
+        const qxdbsqlengine::ParameterList ordered =
+            OrderParameters(line.parameters, statement.Bind().GetSchema());
+        director.SetDoPrepare(true);
+        director.SetParameters(ordered);
+        director.SetSchema(DescribeParameters(ordered));
+    }
+
+    // The engine takes a script that its parser could not read on for one that is at its end.
+    void ReportShortScript() {
+        HRESULT code = S_OK;
+        std::string reason;
+        if (script == nullptr || !request.GetScriptFailure(code, reason))
+            return;
+        presenter.Tell(script->Name() + ": the script was not read to its end: " + script->WithName(reason));
+        presenter.SetExitCode(ExitFile);
+    }
+
+    const CommandLine& line;
+    ToolConnection& connection;
+    const SmartPtr<ConnectionRequestCallback> connectionHandle;
+    RunWatcher watcher;
+    CSingleRequestDirector director;
+    qxdbsqlengine::RequestPtr requestHandle;
+    SQLRequest& request;
+    Presenter presenter;
+    RunLoop loop;
+    const ScriptInput* script = nullptr;
+};
+
+int RunScript(const CommandLine& line) {
+    const ScriptInput input(line.sqlFile, ScriptInput::Copied);
+    Run run(line, Connect(line), input.Name());
+    ArmInterrupt();
+    run.StartScript(input);
+    return run.FollowToEnd();
 }
 
-// Presents events up to the end of the run. Ctrl-C cancels the run, and what has arrived is presented; the
-// result is false then. When presenting fails, such as by a sort column that the result does not have, the
-// run is cancelled and waited for before the failure goes on.
-bool Follow(CSingleRequestDirector& director, RunWatcher& watcher, Presenter& presenter) {
-    std::exception_ptr failure;
-    bool cancelled = false;
-    for (;;) {
-        // Taken back, for what has arrived is still to be written; a second Ctrl-C ends the process.
-        if (Interrupted().exchange(false)) {
-            cancelled = true;
-            director.Cancel();
-        }
-        const std::optional<RunEvent> event = watcher.Next(std::chrono::milliseconds(5));
-        if (event && event->kind == RunEvent::RequestEnd)
-            break;
-        if (failure)
-            continue;
-        try {
-            if (event)
-                Present(*event, presenter);
-            else
-                presenter.Look();
-        } catch (...) {
-            failure = std::current_exception();
-            director.Cancel();
-        }
-    }
-    if (failure)
-        std::rethrow_exception(failure);
-    return !cancelled;
+int RunStatement(const CommandLine& line) {
+    const std::string sql = ReadStatement(line);
+    Run run(line, Connect(line), "");
+    ArmInterrupt();
+    run.StartStatement(sql);
+    return run.FollowToEnd();
 }
 
 }  // namespace
 
-int RunSql(const CommandLine& line, const std::string& sql) {
+int RunOnConnection(const CommandLine& line) {
     try {
-        const ConnectionText text = ParseConnectionText(line.connection);
-        const qxdb::DBTYPE type = ServerTypeOf(text.driver);
-        SmartPtr<ConnectionRequestCallback> connections;
-        try {
-            connections =
-                SmartPtr<ConnectionRequestCallback>(new qxdbsqlengine::SingleConnection(qxdb::ConnectionDef(
-                    type, text.dataSource, "", "", text.driver, line.create ? "create" : "")));
-        } catch (const Errors& errors) {
-            PrintErrors(errors);
-            return ExitNoConnection;
-        }
-        const qxdbsrd::ConnectionDefElement definition(type, text.dataSource, 0.0, "", "");
-        RunWatcher watcher;
-        CSingleRequestDirector director(definition, connections, Options(line), OptionMap(), nullptr, ";",
-                                        true);
-        ApplySettings(line, director);
-        director.RegisterCallback(static_cast<qxdbsqlengine::ErrorCallback&>(watcher));
-        director.RegisterCallback(static_cast<qxdbsqlengine::RequestCallback&>(watcher));
-        director.RegisterCallback(static_cast<qxdbsqlengine::ResultSetCallback&>(watcher));
-        Presenter presenter(line, director.GetDataStorage());
-        ArmInterrupt();
-        director.Execute(sql, SQLRequest::RequestSQL, false, false);
-        const bool complete = Follow(director, watcher, presenter);
-        presenter.Finish();
-        return complete && !Interrupted() ? presenter.ExitCode() : ExitInterrupted;
+        return line.IsScript() ? RunScript(line) : RunStatement(line);
+    } catch (const NoConnection&) {
+        return ExitNoConnection;
+    } catch (const Errors& errors) {
+        PrintErrors(errors);
+        return ExitServerError;
     } catch (const std::invalid_argument& error) {
         std::cerr << error.what() << '\n';
         return ExitUsage;

@@ -19,6 +19,11 @@ std::atomic<bool>& Interrupted() {
     return interrupted;
 }
 
+void IgnoreClosedPipes() {
+    // A reader that goes away, such as head, is a write that fails, and no end without order.
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
 void ArmInterrupt() {
     interrupted = false;
     struct sigaction action = {};
@@ -27,8 +32,7 @@ void ArmInterrupt() {
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
     sigaction(SIGHUP, &action, nullptr);
-    // A reader that goes away, such as head, is a write that fails, and no end without order.
-    std::signal(SIGPIPE, SIG_IGN);
+    IgnoreClosedPipes();
 }
 
 }  // namespace qxsql

@@ -79,23 +79,29 @@ char* PutWide(char* to, const unsigned short* text, std::size_t length, std::siz
 
 // The most bytes that one unit can become: an escape.
 constexpr std::size_t LongestUnit = 6;
-// Units that are written between two looks at the room that is left.
+// Units of a piece.
 constexpr std::size_t PieceUnits = 4096;
 
 }  // namespace
 
+std::size_t AppendJsonPiece(std::string& out, const unsigned short* text, std::size_t length,
+                            std::size_t begin) {
+    const std::size_t end = length - begin < PieceUnits ? length : begin + PieceUnits;
+    const std::size_t used = out.size();
+    // The second half of a pair may lie behind the end; a pair takes less than two units may.
+    out.resize(used + (end - begin) * LongestUnit);
+    char* to = &out[used];
+    std::size_t i = begin;
+    while (i < end)
+        to = text[i] < 0x80 ? PutAscii(to, text[i++]) : PutWide(to, text, length, i);
+    out.resize(static_cast<std::size_t>(to - out.data()));
+    return i;
+}
+
 void AppendJsonString(std::string& out, const unsigned short* text, std::size_t length) {
     out += '"';
-    for (std::size_t i = 0; i < length;) {
-        const std::size_t end = length - i < PieceUnits ? length : i + PieceUnits;
-        const std::size_t used = out.size();
-        // A pair takes four bytes, less than two units may.
-        out.resize(used + (end - i) * LongestUnit + LongestUnit);
-        char* to = &out[used];
-        while (i < end)
-            to = text[i] < 0x80 ? PutAscii(to, text[i++]) : PutWide(to, text, length, i);
-        out.resize(static_cast<std::size_t>(to - out.data()));
-    }
+    for (std::size_t i = 0; i < length;)
+        i = AppendJsonPiece(out, text, length, i);
     out += '"';
 }
 

@@ -11,4 +11,9 @@ namespace qxsql {
 // that nothing is lost.
 void AppendJsonString(std::string& out, const unsigned short* text, std::size_t length);
 
+// A piece of such a string from `begin` on, without quotes: some thousand units, fewer at the end. Returns
+// where the next piece begins. For texts of any length behind a buffer of bounded size.
+std::size_t AppendJsonPiece(std::string& out, const unsigned short* text, std::size_t length,
+                            std::size_t begin);
+
 }  // namespace qxsql

@@ -4,12 +4,21 @@
 
 namespace qxsql {
 
-std::string ErrorText(const ErrorRecord& record) {
-    std::string text = record.GetSeverity() < 2 && record.GetErrorCode() != 0 ? "Message" : "Error";
+bool IsFailure(const ErrorRecord& record) {
+    return record.GetSeverity() >= 2 || (record.GetErrorCode() == 0 && record.GetSQLState().empty());
+}
+
+std::string ErrorTitle(const ErrorRecord& record) {
+    std::string text = IsFailure(record) ? "Error" : "Message";
     if (record.GetErrorCode() != 0)
         text += " " + std::to_string(record.GetErrorCode());
     if (!record.GetSQLState().empty())
         text += " [" + record.GetSQLState() + "]";
+    return text;
+}
+
+std::string ErrorText(const ErrorRecord& record) {
+    std::string text = ErrorTitle(record);
     if (record.GetLineNumber() > 0) {
         text += " at line " + std::to_string(record.GetLineNumber());
         if (record.GetErrorPosition() > 0)
@@ -20,17 +29,20 @@ std::string ErrorText(const ErrorRecord& record) {
     return text + ": " + record.GetErrorDescription();
 }
 
-void PrintErrors(const Errors& errors) {
+void ForEachError(const Errors& errors, const std::function<void(const ErrorRecord&)>& function) {
     errors.Reset();
     while (errors.MoreErrors())
-        std::cerr << ErrorText(errors.GetNextError()) << '\n';
+        function(errors.GetNextError());
     errors.Reset();
 }
 
-void MessagePrinter::ErrorWasPrinted(const Errors& errors) {
-    errors.Reset();
-    while (errors.MoreErrors()) {
-        const std::string& text = errors.GetNextError().GetErrorDescription();
+void PrintErrors(const Errors& errors) {
+    ForEachError(errors, [](const ErrorRecord& record) { std::cerr << ErrorText(record) << '\n'; });
+}
+
+void MessageReader::ErrorWasPrinted(const Errors& errors) {
+    ForEachError(errors, [this](const ErrorRecord& record) {
+        const std::string& text = record.GetErrorDescription();
         std::string::size_type from = 0;
         for (;;) {
             const std::string::size_type end = text.find('\n', from);
@@ -39,19 +51,18 @@ void MessagePrinter::ErrorWasPrinted(const Errors& errors) {
                 break;
             from = end + 1;
         }
-    }
-    errors.Reset();
+    });
 }
 
-void MessagePrinter::PrintResultSet(qxdbsqlengine::DataStorage& store, int resultSet, bool quiet) {
-    const int rows = store.GetNumberOfRows(resultSet);
-    for (int row = 0; row < rows; ++row) {
-        const std::string line = store.GetString(resultSet, row, 0);
-        const auto known = errorLines.find(line);
+void MessageReader::ReadTo(qxdbsqlengine::DataStorage& store, int resultSet, int end,
+                           const std::function<void(const std::string&)>& line) {
+    for (; nextRow < end; ++nextRow) {
+        const std::string text = store.GetString(resultSet, nextRow, 0);
+        const auto known = errorLines.find(text);
         if (known != errorLines.end())
             errorLines.erase(known);
-        else if (!quiet)
-            std::cerr << line << '\n';
+        else
+            line(text);
     }
 }
 

@@ -14,12 +14,50 @@ namespace qxsql {
 using qxdbsqlengine::ResultSetMessage;
 using Clock = std::chrono::steady_clock;
 
-Presenter::Presenter(const CommandLine& commandLine, const StorePtr& results)
+namespace {
+
+ProgressLine::When ProgressOf(const CommandLine& line) {
+    if (line.progress)
+        return ProgressLine::Always;
+    return line.quiet ? ProgressLine::Never : ProgressLine::OnTerminal;
+}
+
+}  // namespace
+
+Presenter::Presenter(const CommandLine& commandLine, const StorePtr& results, const std::string& scriptName)
     : line(commandLine),
       store(results),
       onScreen(line.outputFile.empty() &&
                (line.table || (line.format.empty() && !line.delimiter && IsTerminal(STDOUT_FILENO)))),
-      progress(!line.quiet) {}
+      progress(ProgressOf(line)) {
+    if (!scriptName.empty())
+        script.emplace(scriptName);
+}
+
+void Presenter::Take(const RunEvent& event) {
+    switch (event.kind) {
+        case RunEvent::Error:
+            ErrorArrived(event.errors);
+            break;
+        case RunEvent::ResultBegin:
+            ResultBegins(event.resultSet, event.type);
+            break;
+        case RunEvent::ResultEnd:
+            ResultEnds(event.resultSet);
+            break;
+        case RunEvent::ItemBegin:
+            if (script)
+                script->ItemBegins(event.line);
+            break;
+        case RunEvent::ItemEnd:
+            if (script)
+                ItemEnds(event);
+            break;
+        case RunEvent::CancelFailed:
+        case RunEvent::RequestEnd:
+            break;
+    }
+}
 
 bool Presenter::IsWanted() {
     return !line.result || *line.result == resultCount - 1;
@@ -29,8 +67,10 @@ void Presenter::ResultBegins(int resultSet, qxdbsqlengine::ResultSetType type) {
     open = resultSet;
     openType = type;
     openWanted = false;
-    if (type == ResultSetMessage)
+    if (type == ResultSetMessage) {
+        messages.Begin();
         return;
+    }
     ++resultCount;
     openWanted = IsWanted();
     if (!openWanted)
@@ -51,31 +91,33 @@ void Presenter::PrintTable(int end) {
     std::cout.flush();
 }
 
-void Presenter::Look() {
-    if (open < 0 || openType == ResultSetMessage)
-        return;
-    const int count = store->GetNumberOfRows(open);
+void Presenter::Look(long long bytesDone, long long bytes) {
+    const bool inRows = open >= 0 && openType != ResultSetMessage;
+    const int count = inRows ? store->GetNumberOfRows(open) : 0;
     if (count > 0)
         FirstRowSeen();
     // The first rows decide the widths, so the screen waits for a fair sample or for the end of the result.
-    if (table && line.sort.empty() && count >= TableView::SampleRows) {
+    if (inRows && table && line.sort.empty() && count >= TableView::SampleRows)
         PrintTable(count);
-        return;
-    }
-    progress.ShowRows(rows + count);
+    else if (script)
+        progress.ShowItems(script->Items(), bytesDone, bytes);
+    else if (inRows)
+        progress.ShowRows(rows + count);
 }
 
 void Presenter::ResultEnds(int resultSet) {
     open = -1;
-    progress.Wipe();
     if (openType == ResultSetMessage) {
-        messages.PrintResultSet(*store, resultSet, line.quiet);
+        ReadMessages(resultSet, store->GetNumberOfRows(resultSet));
         return;
     }
+    progress.Wipe();
     const int count = store->GetNumberOfRows(resultSet);
     if (count > 0)
         FirstRowSeen();
     rows += count;
+    if (script)
+        script->RowsFetched(count);
     fetchSeconds = std::chrono::duration<double>(Clock::now() - start).count();
     if (!openWanted)
         return;
@@ -99,13 +141,52 @@ void Presenter::ResultEnds(int resultSet) {
 
 void Presenter::ErrorArrived(const Errors& errors) {
     progress.Wipe();
-    PrintErrors(errors);
+    bool failed = false;
+    ForEachError(errors, [&](const ErrorRecord& record) {
+        failed = failed || IsFailure(record);
+        ++errorCount;
+        std::cerr << (script ? script->ErrorLine(record) : ErrorText(record)) << '\n';
+    });
     messages.ErrorWasPrinted(errors);
+    if (!failed)
+        return;
+    if (script)
+        script->ItemFailed();
     if (exitCode == ExitDone)
         exitCode = ExitServerError;
 }
 
+void Presenter::ItemEnds(const RunEvent& event) {
+    const bool hasMessages = event.resultSet >= 0 && ReadMessages(event.resultSet, event.messages);
+    messages.ForgetErrors();
+    script->ItemEnds(event.executed || hasMessages);
+}
+
+// True when there were any.
+bool Presenter::ReadMessages(int resultSet, int end) {
+    bool any = false;
+    messages.ReadTo(*store, resultSet, end, [&](const std::string& text) {
+        any = true;
+        // One line for each INSERT of a long script would hide all else.
+        const bool counted = script && script->TakesLine(text) && !line.verbose;
+        if (line.quiet || counted)
+            return;
+        progress.Wipe();
+        std::cerr << (script ? script->Place() + ": " : "") << text << '\n';
+    });
+    return any;
+}
+
+void Presenter::Tell(const std::string& text) {
+    progress.Wipe();
+    std::cerr << text << '\n';
+}
+
 void Presenter::Finish() {
+    // The run was given up in the middle of a result.
+    if (open >= 0)
+        ResultEnds(open);
+    progress.Wipe();
     if (line.result && *line.result >= resultCount && exitCode == ExitDone) {
         throw std::invalid_argument("--result " + std::to_string(*line.result) + ": there are " +
                                     std::to_string(resultCount) + " results, numbered from 0");
@@ -115,6 +196,11 @@ void Presenter::Finish() {
         if (!ExportToFile(line, store, shown))
             exitCode = ExitFile;
     }
+    if (script && line.maxErrors > 0 && errorCount >= line.maxErrors)
+        Tell(script->Place() + ": --max-errors " + std::to_string(line.maxErrors) +
+             " reached, nothing behind this item was run");
+    if (script && !line.quiet)
+        Tell(script->Summary(Clock::now() - start));
     if (line.timing)
         PrintTiming();
 }

@@ -5,11 +5,14 @@
 #include <deque>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "tools/qxsql/command_line.h"
 #include "tools/qxsql/exporting.h"
 #include "tools/qxsql/messages.h"
 #include "tools/qxsql/progress_line.h"
+#include "tools/qxsql/run_watcher.h"
+#include "tools/qxsql/script_report.h"
 #include "tools/qxsql/table_view.h"
 
 namespace qxsql {
@@ -18,20 +21,29 @@ namespace qxsql {
 // or into a file when all is done. Main thread.
 class Presenter {
   public:
-    Presenter(const CommandLine& commandLine, const StorePtr& results);
+    // `scriptName`: what messages call the script that runs; empty when it is none.
+    Presenter(const CommandLine& commandLine, const StorePtr& results, const std::string& scriptName = "");
 
+    // What the run tells, in its order.
+    void Take(const RunEvent& event);
     void ResultBegins(int resultSet, qxdbsqlengine::ResultSetType type);
-    // While nothing else happens: rows that have arrived go to the screen, progress is shown.
-    void Look();
     void ResultEnds(int resultSet);
-    void ErrorArrived(const Errors& errors);
-    // After the run: the export, and the timing if asked for.
+    // While nothing else happens: rows that have arrived go to the screen, progress is shown. Of a script:
+    // the bytes that are done, and all of them if that is known.
+    void Look(long long bytesDone = 0, long long bytes = 0);
+    // A line about the run as a whole, also with --quiet.
+    void Tell(const std::string& text);
+    // After the run: what it has left open, the export, the summary of a script, the timing if asked for.
     void Finish();
 
     // ExitDone, or the worst thing that happened.
     int ExitCode() const { return exitCode; }
+    void SetExitCode(int code) { exitCode = code; }
 
   private:
+    void ErrorArrived(const Errors& errors);
+    void ItemEnds(const RunEvent& event);
+    bool ReadMessages(int resultSet, int end);
     bool IsWanted();
     void FirstRowSeen();
     void PrintTable(int end);
@@ -42,13 +54,15 @@ class Presenter {
     const bool onScreen;
     const std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
     std::optional<std::chrono::steady_clock::time_point> firstRow;
-    MessagePrinter messages;
+    MessageReader messages;
     ProgressLine progress;
+    std::optional<ScriptReport> script;
     std::unique_ptr<TableView> table;
     std::deque<int> shown;  // result sets that the user wants, in order of arrival
     int open = -1;          // the result set that is growing, -1 for none
     qxdbsqlengine::ResultSetType openType = qxdbsqlengine::ResultSetNormal;
     int resultCount = 0;  // result sets of rows so far
+    int errorCount = 0;   // as the limit of errors counts them
     bool openWanted = false;
     long long rows = 0;
     double fetchSeconds = 0;

@@ -18,7 +18,8 @@ std::string GroupedNumber(long long number) {
     return digits;
 }
 
-ProgressLine::ProgressLine(bool wanted) : enabled(wanted && IsTerminal(STDERR_FILENO)) {}
+ProgressLine::ProgressLine(When when)
+    : terminal(IsTerminal(STDERR_FILENO)), enabled(when == Always || (when == OnTerminal && terminal)) {}
 
 ProgressLine::~ProgressLine() {
     Wipe();
@@ -30,14 +31,17 @@ bool ProgressLine::Due() {
     const Clock::time_point now = Clock::now();
     if (now < next)
         return false;
-    next = now + std::chrono::milliseconds(100);
+    next = now + std::chrono::milliseconds(terminal ? 100 : 1000);
     return true;
 }
 
 void ProgressLine::Write(const std::string& text) {
-    std::fprintf(stderr, "\r%s\x1b[K", text.c_str());
+    if (terminal)
+        std::fprintf(stderr, "\r%s\x1b[K", text.c_str());
+    else
+        std::fprintf(stderr, "%s\n", text.c_str());
     std::fflush(stderr);
-    shown = true;
+    shown = terminal;
 }
 
 void ProgressLine::ShowRows(long long rows) {
@@ -46,6 +50,18 @@ void ProgressLine::ShowRows(long long rows) {
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
     Write(GroupedNumber(rows) + " rows, " +
           GroupedNumber(static_cast<long long>(static_cast<double>(rows) / seconds)) + " rows/s");
+}
+
+void ProgressLine::ShowItems(long long items, long long bytesDone, long long size) {
+    if (!Due())
+        return;
+    std::string text = GroupedNumber(items) + " items, " + GroupedNumber(bytesDone);
+    if (size > 0)
+        text += " of " + GroupedNumber(size);
+    text += " bytes";
+    if (size > 0)
+        text += " (" + std::to_string(static_cast<int>(bytesDone * 100.0 / size)) + " %)";
+    Write(text);
 }
 
 void ProgressLine::ShowPercent(const char* what, double share) {

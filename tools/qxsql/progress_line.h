@@ -7,11 +7,13 @@
 namespace qxsql {
 
 // Writes to standard error, over and over on the same line, at most ten times a second and only after the
-// work has taken half a second. Prints nothing when standard error is no terminal or `wanted` is false. One
-// thread.
+// work has taken half a second. Where standard error is no terminal it prints nothing, or with `Always` a
+// line of its own once a second. One thread.
 class ProgressLine {
   public:
-    explicit ProgressLine(bool wanted);
+    enum When { Never, OnTerminal, Always };
+
+    explicit ProgressLine(When when);
     // Wipes the line.
     ~ProgressLine();
     ProgressLine(const ProgressLine&) = delete;
@@ -19,6 +21,8 @@ class ProgressLine {
 
     // "1,234,000 rows, 812,000 rows/s"
     void ShowRows(long long rows);
+    // "1,234 items, 5,600 of 10,000 bytes (56 %)". `size` 0: not known.
+    void ShowItems(long long items, long long bytesDone, long long size);
     // `share` from 0 to 1.
     void ShowPercent(const char* what, double share);
     // Removes the line from the screen; the next Show writes it anew.
@@ -30,6 +34,7 @@ class ProgressLine {
     bool Due();
     void Write(const std::string& text);
 
+    const bool terminal;
     const bool enabled;
     const Clock::time_point start = Clock::now();
     Clock::time_point next = start + std::chrono::milliseconds(500);

@@ -172,6 +172,40 @@ std::pair<std::string, std::string> PartAtEquals(const std::string& text) {
     return {text.substr(begin, equals - begin), text.substr(equals + 1)};
 }
 
+// "a, b", or "none". Throws std::invalid_argument when they have no names.
+std::string NamesOf(const qxdb::Schema& wanted) {
+    std::string names;
+    for (unsigned int i = 0; i < wanted.GetNumberColumns(); ++i) {
+        if (wanted[i].GetName().empty()) {
+            throw std::invalid_argument(
+                "--param: the statement has parameters without names, which can only be given without names");
+        }
+        names += (i == 0 ? "" : ", ") + wanted[i].GetName();
+    }
+    return names.empty() ? "none" : names;
+}
+
+const Parameter* FindByName(const ParameterList& parameters, const std::string& name) {
+    for (const Parameter& parameter : parameters) {
+        if (parameter.GetName() == name)
+            return &parameter;
+    }
+    return nullptr;
+}
+
+void RefuseUnknownNames(const ParameterList& parameters, const qxdb::Schema& wanted) {
+    const std::string names = NamesOf(wanted);
+    for (const Parameter& parameter : parameters) {
+        bool known = false;
+        for (unsigned int i = 0; i < wanted.GetNumberColumns() && !known; ++i)
+            known = wanted[i].GetName() == parameter.GetName();
+        if (!known) {
+            throw std::invalid_argument("--param: the statement has no parameter \"" + parameter.GetName() +
+                                        "\"; it has " + names);
+        }
+    }
+}
+
 }  // namespace
 
 std::string ParameterTypeNames() {
@@ -203,6 +237,30 @@ ParameterList ReadParameters(const std::vector<ParameterWord>& words) {
         }
     }
     return parameters;
+}
+
+ParameterList OrderParameters(const ParameterList& parameters, const qxdb::Schema& wanted) {
+    const unsigned int count = wanted.GetNumberColumns();
+    ParameterList ordered;
+    if (parameters.GetBindMethod() == ParameterList::BindByOrdinal) {
+        if (parameters.GetParameterCount() != count) {
+            throw std::invalid_argument("--param: the statement has " + std::to_string(count) +
+                                        " parameter(s), and " +
+                                        std::to_string(parameters.GetParameterCount()) + " are given");
+        }
+        ordered = parameters;
+        return ordered;
+    }
+    RefuseUnknownNames(parameters, wanted);
+    for (unsigned int i = 0; i < count; ++i) {
+        const Parameter* const parameter = FindByName(parameters, wanted[i].GetName());
+        if (parameter == nullptr) {
+            throw std::invalid_argument("--param: nothing is given for the parameter \"" +
+                                        wanted[i].GetName() + "\" of the statement");
+        }
+        ordered.PushBack(*parameter);
+    }
+    return ordered;
 }
 
 qxdb::Schema DescribeParameters(const ParameterList& parameters) {

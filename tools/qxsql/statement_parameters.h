@@ -27,6 +27,12 @@ qxdbsqlengine::ParameterList ReadParameters(const std::vector<ParameterWord>& wo
 // The names of all types, for messages and help.
 std::string ParameterTypeNames();
 
+// The parameters in the order in which the statement has them, for binding by position: by their names where
+// they have them, a name standing for all places where the statement has it. Throws std::invalid_argument for
+// a name that the statement lacks and for parameters that are too many or missing.
+qxdbsqlengine::ParameterList OrderParameters(const qxdbsqlengine::ParameterList& parameters,
+                                             const qxdb::Schema& wanted);
+
 // What tells a statement the types of parameters that go by position, for drivers whose server knows none.
 qxdb::Schema DescribeParameters(const qxdbsqlengine::ParameterList& parameters);
 
