@@ -10,6 +10,8 @@ namespace {
 
 // How far a line is looked at as a whole.
 constexpr std::size_t kLongestLook = 16 * 1024;
+// Bytes of a name in brackets, where something else may be meant.
+constexpr std::size_t kLongestName = 512;
 
 bool IsLetter(char c) {
     return Upper(c) >= 'A' && Upper(c) <= 'Z';
@@ -420,9 +422,11 @@ bool Lexer::SkipGuessedName() {
     const char before = here > text.Begin() ? text.At(here - 1) : ' ';
     if (FollowsWord(here) || before == ']' || before == ')' || before == '"' || !IsLetter(Peek(1)))
         return false;
-    const std::size_t close = RestOfLine().find(']');
-    if (close == std::string_view::npos)
-        return false;
+    std::size_t close = 2;
+    while (Peek(close) != ']') {
+        if (Peek(close) == '\0' || IsLineEnd(Peek(close)) || ++close > kLongestName)
+            return false;
+    }
     here += close + 1;
     return true;
 }
