@@ -252,8 +252,7 @@ void DB2Handler::EraseExplainPlanTables(qxdb::Connection& connection) {
 void DB2Handler::PreExecuteBatch(qxdb::Connection& connection) {
     DBMSHandler::PreExecuteBatch(connection);
     if (request.GetDoExplainPlan()) {
-        request.SetSQL(GetResultsFromStrOption(ExplainStatement.row, request.GetSQL(), ""),
-                       request.GetRequestType(), false, false);
+        ReplaceSQL(GetResultsFromStrOption(ExplainStatement.row, request.GetSQL(), ""));
     }
 }
 

@@ -122,8 +122,7 @@ void DB2OS390Handler::PreExecuteBatch(qxdb::Connection& connection) {
     if (!request.GetDoExplainPlan())
         return;
     queryNumber = NewQueryNumber();
-    request.SetSQL(GetResultsFromStrOption(ExplainStatement.row, queryNumber, request.GetSQL()),
-                   request.GetRequestType(), false, false);
+    ReplaceSQL(GetResultsFromStrOption(ExplainStatement.row, queryNumber, request.GetSQL()));
 }
 
 void DB2OS390Handler::PostExecuteBatch(qxdb::Connection& connection) {

@@ -11,6 +11,7 @@
 #include "dbms/oracle_handler.h"
 #include "dbms/string_table.h"
 #include "engine/cancellation.h"
+#include "platform/qxutils/lock_guard.h"
 #include "platform/qxutils/qx_exception.h"
 #include "platform/qxutils/string_utils.h"
 #include "request/sql_request.h"
@@ -166,6 +167,13 @@ std::string DBMSHandler::itoa(const int& value) {
 
 void DBMSHandler::SaveNotifyMessage(const std::string& text) {
     request.SaveNotifyMessage(text);
+}
+
+void DBMSHandler::ReplaceSQL(const std::string& text) {
+    const std::string scriptFile = request.GetFileName();
+    request.SetSQL(text, request.GetRequestType(), false, false);
+    const qxutils::WriteLockGuard guard(request.lock);
+    request.fileName = scriptFile;
 }
 
 void DBMSHandler::ExecuteCommand(qxdb::Connection& connection, const std::string& text, ResultSetType type) {

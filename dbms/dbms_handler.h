@@ -150,6 +150,10 @@ class QXSENG2_API DBMSHandler : public qxdb::ErrorRecordCallback {
     // then reported. What handlers with result sets of their own do in ExecuteCommand.
     void StoreCommandResults(qxdb::Connection& connection, const std::string& text, ResultSetType type);
 
+    // Another text in the place of the item's own; the request's type stays, and so does the file of a
+    // script, which a later run reads again.
+    void ReplaceSQL(const std::string& text);
+
     // Option id to row of the string table, by the server's version.
     void SetOptionsIDSMap(const qxdb::Connection& connection);
 

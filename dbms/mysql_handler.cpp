@@ -56,7 +56,7 @@ std::string MySQLHandler::ParseDelimString(std::string& rest, std::string delimi
 void MySQLHandler::PreExecuteBatch(qxdb::Connection& connection) {
     DBMSHandler::PreExecuteBatch(connection);
     if (request.GetDoExplainPlan())
-        request.SetSQL(ExplainPrefix + request.GetSQL(), request.GetRequestType(), false, false);
+        ReplaceSQL(ExplainPrefix + request.GetSQL());
 }
 
 }  // namespace qxdbsqlengine

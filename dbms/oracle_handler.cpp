@@ -218,8 +218,7 @@ void OracleHandler::PreExecuteBatch(qxdb::Connection& connection) {
     if (!request.GetDoExplainPlan())
         return;
     statementId = NewStatementId();
-    request.SetSQL(GetResultsFromStrOption(ExplainPrefix.row, statementId, PlanTable) + request.GetSQL(),
-                   request.GetRequestType(), false, false);
+    ReplaceSQL(GetResultsFromStrOption(ExplainPrefix.row, statementId, PlanTable) + request.GetSQL());
 }
 
 void OracleHandler::PostExecuteBatch(qxdb::Connection& connection) {

@@ -288,6 +288,15 @@ TEST_F(MySQLHandlerTest, ExplainKeepsTheTypeOfTheRequest) {
     EXPECT_EQ(request.GetRequestType(), SQLRequest::RequestProcedure);
 }
 
+TEST_F(MySQLHandlerTest, ExplainKeepsTheFileOfTheScript) {
+    request.SetDoExplainPlan(true);
+    request.SetSQL("script.sql", SQLRequest::RequestScript, true, false);
+    qxdb::Connection connection = server.Connect();
+    handler.PreExecuteBatch(connection);
+    EXPECT_EQ(request.GetFileName(), "script.sql");
+    EXPECT_EQ(request.GetRequestType(), SQLRequest::RequestScript);
+}
+
 TEST_F(MySQLHandlerTest, StatementStaysAsItIsWithoutExplain) {
     ExpectSent({}, {});
     EXPECT_EQ(request.GetSQL(), "select 1");
