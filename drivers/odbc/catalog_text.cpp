@@ -16,7 +16,7 @@ std::optional<std::string> ReadCatalogText(SQLHSTMT statement, SQLUSMALLINT colu
     constexpr std::size_t most = std::size(decltype(buffer){}) - 1;
     const std::size_t units = bytes < 0 ? most : static_cast<std::size_t>(bytes) / sizeof(SQLWCHAR);
     std::string text;
-    AppendUtf8(buffer, std::min(units, most), text);
+    AppendTerminated(buffer, std::min(units, most), text);
     return text;
 }
 
@@ -34,7 +34,7 @@ std::string ReadColumnText(SQLHSTMT statement, SQLUSMALLINT column, SQLUSMALLINT
     if (SQL_SUCCEEDED(SQLColAttributeW(statement, column, attribute, value,
                                        static_cast<SQLSMALLINT>(sizeof value), &bytes, nullptr))) {
         const auto length = static_cast<std::size_t>(std::max<SQLSMALLINT>(bytes, 0)) / sizeof(SQLWCHAR);
-        AppendUtf8(value, std::min(length, std::size(value) - 1), text);
+        AppendTerminated(value, std::min(length, std::size(value) - 1), text);
     }
     return text;
 }

@@ -74,11 +74,10 @@ bool ReadRecord(HandleRef handle, SQLSMALLINT number, qxdb::RawMessage& message,
         }
         buffer.resize(needed);
     }
-    AppendUtf8(state, 5, message.sqlState);
-    message.sqlState.resize(std::min(message.sqlState.find('\0'), message.sqlState.size()));
+    AppendTerminated(state, 5, message.sqlState);
     message.code = code;
     text.clear();
-    AppendUtf8(buffer.data(), static_cast<std::size_t>(std::max<SQLSMALLINT>(length, 0)), text);
+    AppendTerminated(buffer.data(), static_cast<std::size_t>(std::max<SQLSMALLINT>(length, 0)), text);
     return true;
 }
 

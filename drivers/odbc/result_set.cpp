@@ -123,8 +123,8 @@ ResultColumn ResultSet::DescribeColumn(SQLUSMALLINT ordinal) const {
     column.type = TypeOf(native, core->Traits());
 
     auto record = std::make_shared<qxdb::ColumnRecord>();
-    AppendUtf8(name, std::min<std::size_t>(static_cast<std::size_t>(length), std::size(name) - 1),
-               record->name);
+    AppendTerminated(name, std::min<std::size_t>(static_cast<std::size_t>(length), std::size(name) - 1),
+                     record->name);
     record->direction = qxdb::DataType::DirectionOut;
     DescribeType(native, column.type, *record);
     const std::string& format = core->GetSession().timestampFormat;

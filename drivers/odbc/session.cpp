@@ -72,7 +72,7 @@ std::string Session::Information(SQLUSMALLINT item) const {
     std::string text;
     if (SQL_SUCCEEDED(SQLGetInfoW(Raw(), item, value, static_cast<SQLSMALLINT>(sizeof value), &bytes))) {
         const auto length = static_cast<std::size_t>(std::max<SQLSMALLINT>(bytes, 0)) / sizeof(SQLWCHAR);
-        AppendUtf8(value, std::min(length, std::size(value) - 1), text);
+        AppendTerminated(value, std::min(length, std::size(value) - 1), text);
     }
     return text;
 }
@@ -121,7 +121,7 @@ std::string Session::CurrentDatabase() const {
     if (SQL_SUCCEEDED(SQLGetConnectAttrW(Raw(), SQL_ATTR_CURRENT_CATALOG, name,
                                          static_cast<SQLINTEGER>(sizeof name), &bytes))) {
         const auto length = static_cast<std::size_t>(std::max<SQLINTEGER>(bytes, 0)) / sizeof(SQLWCHAR);
-        AppendUtf8(name, std::min(length, std::size(name) - 1), text);
+        AppendTerminated(name, std::min(length, std::size(name) - 1), text);
     }
     return text;
 }

@@ -1,5 +1,6 @@
 #include "drivers/odbc/wide_text.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "drivers/odbc/diagnostics.h"
@@ -115,6 +116,10 @@ void AppendUtf8(const SQLWCHAR* text, std::size_t count, std::string& out) {
             AppendCharacter(text[i++], out);
         }
     }
+}
+
+void AppendTerminated(const SQLWCHAR* text, std::size_t most, std::string& out) {
+    AppendUtf8(text, static_cast<std::size_t>(std::find(text, text + most, SQLWCHAR{0}) - text), out);
 }
 
 }  // namespace qxdrivers::odbc

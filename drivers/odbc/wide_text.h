@@ -18,6 +18,9 @@ WideText ToWide(std::string_view utf8);
 
 // Appends in UTF-8. A surrogate that has no partner becomes three bytes of its own, so nothing is lost.
 void AppendUtf8(const SQLWCHAR* text, std::size_t count, std::string& out);
+// The same for a name or a message, which ends with a terminator when that comes first: drivers do not agree
+// on what such a length counts.
+void AppendTerminated(const SQLWCHAR* text, std::size_t most, std::string& out);
 
 // How many bytes of a piece of UTF-8 are whole characters: a character that the end cuts off does not count.
 std::size_t WholeCharacters(std::string_view utf8);
