@@ -250,9 +250,9 @@ TEST_P(KilledServer, GivesErrorsAndIsThereAgainForTheNextConnection) {
     const qxtest::Servers servers(file);
     qxdrivers::RegisterODBC();
     // By driver and not by data source: the driver manager keeps what it read of the session's data sources.
-    const qxdb::ConnectionDef definition(
-        qxdb::DBTYPE_UNSET, servers.Get(mariadb ? "QX_MARIADB_DRIVER" : "QX_POSTGRES_DRIVER"), "qx",
-        servers.Get("QX_SERVERS_PASSWORD"), "odbc", "");
+    const qxdb::ConnectionDef definition(qxdb::DBTYPE_UNSET,
+                                         servers.Get(mariadb ? "QX_MARIADB_DRIVER" : "QX_POSTGRES_DRIVER"),
+                                         "qx", servers.Get("QX_SERVERS_PASSWORD"), "odbc", "");
     qxdb::Connection connection = definition.Connect();
     OpenResult result(connection, mariadb ? "SELECT seq FROM seq_1_to_1000000"
                                           : "SELECT n FROM generate_series(1, 1000000) s(n)");
