@@ -49,9 +49,11 @@ void RunWatcher::Push(RunEvent event) {
         taken.wait(guard, [this] { return closed || events.size() <= MostEvents / 2; });
     if (closed)
         return;
+    const bool isItem = event.kind == RunEvent::ItemBegin || event.kind == RunEvent::ItemEnd;
     events.push_back(std::move(event));
-    // Under the lock: behind the last event the main thread destroys this object.
-    if (events.size() == 1)
+    // Under the lock: behind the last event the main thread destroys this object. Items alone wake nobody, or
+    // both threads would change places at each of them; the main thread looks after them by itself.
+    if (!isItem || events.size() == MostEvents / 2)
         arrived.notify_one();
 }
 

@@ -41,7 +41,8 @@ class RunWatcher final : public qxdbsqlengine::ErrorCallback,
 
     // Registers itself with the director, which must go first.
     void Watch(qxdbsqlengine::CSingleRequestDirector& director);
-    // The next event, or nothing when none comes within `patience`. Main thread.
+    // The next event, or nothing when none comes within `patience`. Beginnings and ends of items may come as
+    // late as that. Main thread.
     std::optional<RunEvent> Next(std::chrono::milliseconds patience);
     // From now on events are dropped. Main thread.
     void Close();
