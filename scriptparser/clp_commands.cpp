@@ -1,6 +1,8 @@
 #include "scriptparser/clp_commands.h"
 
-#include <string>
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
 #include <string_view>
 
 #include "scriptparser/command_words.h"
@@ -55,39 +57,53 @@ constexpr Pair kUpdates[] = {
     {"MONITOR", " SWITCHES "},
 };
 
-std::string UpperWord(const Lexer& lexer, const Token& token) {
-    std::string word;
-    if (token.kind == Token::Kind::Word) {
-        for (const char c : lexer.View(token))
-            word += Upper(c);
+// Whether the word stands in a list such as those above.
+bool IsListed(std::string_view word, std::string_view list) {
+    while (!list.empty()) {
+        list.remove_prefix(1);
+        const std::size_t size = list.find(' ');
+        if (size != std::string_view::npos && SameWord(word, list.substr(0, size)))
+            return true;
+        list.remove_prefix(std::min(size, list.size()));
     }
-    return word;
+    return false;
 }
 
 template <std::size_t size>
-bool IsPair(const std::string& first, const std::string& second, const Pair (&pairs)[size]) {
-    for (const Pair& pair : pairs) {
-        if (pair.first == first)
-            return !second.empty() && pair.second.find(' ' + second + ' ') != std::string_view::npos;
-    }
-    return false;
+const Pair* FindPair(std::string_view first, const Pair (&pairs)[size]) {
+    const auto found = std::find_if(std::begin(pairs), std::end(pairs),
+                                    [&](const Pair& pair) { return SameWord(first, pair.first); });
+    return found == std::end(pairs) ? nullptr : found;
+}
+
+std::string_view WordOf(const Lexer& lexer, const Token& token) {
+    return token.kind == Token::Kind::Word ? lexer.View(token) : std::string_view();
+}
+
+bool IsUpdateCommand(Lexer& lexer) {
+    const Pair* const update = FindPair(WordOf(lexer, lexer.Next()), kUpdates);
+    return update != nullptr && IsListed(WordOf(lexer, lexer.Next()), update->second);
+}
+
+// The words behind the first one.
+bool IsLongCommand(Lexer& lexer, std::string_view word, bool withDatabases) {
+    if (SameWord(word, "UPDATE"))
+        return IsUpdateCommand(lexer);
+    if (SameWord(word, "DETACH"))
+        return lexer.Next().sign == ';';
+    if (SameWord(word, "CREATE") || SameWord(word, "DROP"))
+        return withDatabases && IsListed(WordOf(lexer, lexer.Next()), " DB DATABASE ");
+    const Pair* const pair = FindPair(word, kPairs);
+    return pair != nullptr && IsListed(WordOf(lexer, lexer.Next()), pair->second);
 }
 
 }  // namespace
 
 bool IsClpCommand(Lexer& lexer, const Token& first, bool withDatabases) {
-    if (IsAnyOf(lexer.View(first), kSingle))
+    const std::string_view word = lexer.View(first);
+    if (IsAnyOf(word, kSingle))
         return true;
-    const std::string word = UpperWord(lexer, first);
-    const Token next = lexer.Next();
-    const std::string second = UpperWord(lexer, next);
-    bool isCommand = IsPair(word, second, kPairs);
-    if (word == "UPDATE")
-        isCommand = IsPair(second, UpperWord(lexer, lexer.Next()), kUpdates);
-    else if (word == "DETACH")
-        isCommand = next.sign == ';';
-    else if (word == "CREATE" || word == "DROP")
-        isCommand = withDatabases && (second == "DATABASE" || second == "DB");
+    const bool isCommand = IsLongCommand(lexer, word, withDatabases);
     lexer.MoveTo(first.end);
     return isCommand;
 }

@@ -13,9 +13,10 @@ struct CommandWord {
     std::size_t shortest;   // letters that must be there
 };
 
+// REQUIRES: the word is not empty.
 constexpr bool Matches(std::string_view word, const CommandWord& command) {
-    return word.size() >= command.shortest && word.size() <= command.name.size() &&
-           SameWord(word, command.name.substr(0, word.size()));
+    return Upper(word[0]) == command.name[0] && word.size() >= command.shortest &&
+           word.size() <= command.name.size() && SameWord(word, command.name.substr(0, word.size()));
 }
 
 template <std::size_t size>

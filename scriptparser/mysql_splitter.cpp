@@ -166,6 +166,8 @@ std::size_t MySqlSplitter::FindDelimiter(std::string_view line) const {
 
 bool MySqlSplitter::TakeWordCommand() {
     const std::string word(lexer.View(first));
+    if (!IsAnyOf(word, kCommands) && !IsAnyOf(word, kCommandsAlone))
+        return false;
     const std::string_view rest = lexer.RestOfLine();
     const std::size_t size = FindDelimiter(rest);
     const bool isAlone = Trim(rest.substr(0, size)).empty();

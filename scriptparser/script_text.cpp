@@ -14,14 +14,26 @@ constexpr std::size_t kPiece = 64 * 1024;
 constexpr std::size_t kRoom = TextDecoder::kGrowth * kPiece;
 constexpr std::size_t kSmallBlock = 4 * kRoom;
 
+bool EndsLine(char c, char before) {
+    return c == '\r' || (c == '\n' && before != '\r');
+}
+
 // The line ends in a stretch of text; a line feed that follows a carriage return belongs to it.
 long CountLineEnds(const char* from, const char* end, char before) {
-    long count = 0;
-    for (; from != end; ++from) {
-        const char c = *from;
-        count += static_cast<long>(c == '\r') + static_cast<long>((c == '\n') & (before != '\r'));
-        before = c;
+    constexpr int kBlock = 32;  // of a size that compilers make vector code for
+    if (from == end)
+        return 0;
+    long count = EndsLine(*from, before) ? 1 : 0;
+    for (++from; end - from >= kBlock; from += kBlock) {
+        unsigned char inBlock = 0;
+        for (int i = 0; i < kBlock; ++i)
+            inBlock = static_cast<unsigned char>(
+                inBlock +
+                static_cast<unsigned char>((from[i] == '\r') | ((from[i] == '\n') & (from[i - 1] != '\r'))));
+        count += inBlock;
     }
+    for (; from != end; ++from)
+        count += EndsLine(*from, from[-1]) ? 1 : 0;
     return count;
 }
 
