@@ -3,6 +3,8 @@
 // The table: 2,000,000 rows of id, small int, decimal(12,2), double, a name of 8 to 24 bytes, a note of 30 to
 // 80 bytes with 10 % NULL, a date-time and an int flag. A floor is what plain C++ over vectors needs for the
 // same job on one thread. --benchmark_filter=REGEX runs some of them.
+//
+// Scripts have no floor: they are split at a fixed speed or better, into the hands of a sink as in a run.
 
 #include <benchmark/benchmark.h>
 
@@ -23,6 +25,16 @@ int main(int argc, char** argv) {
         {"Sort/library:bytes_row", 16, "extra memory while sorting, bytes a row"},
         {"Export", 2.0, "comma-delimited text; floor: hand-written loop into a 1 MiB buffered file"},
         {"Browse", 8.0, "200 screens of 50 rows as text at random places; floor: from vectors"},
+        {"Split:oracle", 1, "seconds for 150 MB of INSERT statements, best of 3"},
+        {"Split:db2", 1, "the same"},
+        {"Split:db2zos", 1, "the same"},
+        {"Split:mysql", 1, "the same"},
+        {"Split:other", 1, "the same"},
+        {"Split:sqlserver", 1, "the same, each in a batch of its own"},
+        {"Split:sybase", 1, "the same"},
+        {"SplitLarge:ms", 50, "until the first statement of 1 GB comes; with line ends, and on one line"},
+        {"SplitLarge:MiB", 8, "resident memory that splitting 1 GB of short statements adds"},
+        {"SplitLong:bytes", 4, "the same for one statement of 64 MB, for each of its bytes"},
     });
     benchmark::RunSpecifiedBenchmarks(&reporter);
     return 0;
