@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <thread>
 
 #include "batch/batch_limits.h"
@@ -92,6 +93,13 @@ TEST_F(ScriptCancelTest, WhileTheParserIsMade) {
     parser.Puts("never").Completes();
     parser.At("GetParser", [&] {
         EXPECT_TRUE(proceed.Lock());
+        return S_OK;
+    });
+    // The cancel may come late, but not behind the parse.
+    parser.At("ParseText", [&] {
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+        while (!request.IsCancelled() && std::chrono::steady_clock::now() < end)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         return S_OK;
     });
     EXPECT_TRUE(RunAndCancel([&] {
