@@ -84,6 +84,15 @@ TEST_F(QxsqlSplit, SeparatorOfTheUser) {
               result.out);
 }
 
+TEST_F(QxsqlSplit, ASeparatorOfTheUserLeavesTheDialect) {
+    const std::string script = "PROMPT it's\nBEGIN p; END;\n@\nSELECT 1 FROM dual@\nEXEC q(a)\n";
+    const ToolResult result = Split("oracle", script, {"--separator", "@"});
+    EXPECT_EQ(0, result.exitCode) << result.err;
+    EXPECT_EQ(Item(1, "PROMPT it's", "skip") + Item(2, "BEGIN p; END;") + Item(4, "SELECT 1 FROM dual") +
+                  Item(5, "BEGIN q(a); END;"),
+              result.out);
+}
+
 TEST_F(QxsqlSplit, TextOfAllEncodingsComesAsUtf8) {
     const std::string expected = Item(1, R"(SELECT 'ü€😀\u0001')");
     EXPECT_EQ(expected, Split("other", "SELECT 'ü€😀\x01';").out);

@@ -106,11 +106,12 @@ HRESULT Parse(const CommandLine& line, const ScriptInput& input, IQXBatchProcess
     if (result < 0)
         return result;
     const qxdb::DBTYPE server = line.dialect->server;
-    const std::string separator =
-        line.separator.empty() ? qxbatch::DefaultBatchSeparator(server) : line.separator;
+    // By its separator alone the generic parser tells Oracle from DB2: with the user's own it can't.
+    const bool isGeneric = line.separator.empty();
+    const std::string separator = isGeneric ? qxbatch::DefaultBatchSeparator(server) : line.separator;
     const ComponentText file(input.Path());
     parser->Advise(&sink);
-    result = parser->ParseFile(file.Get(), qxbatch::ParserName(server, 0.0, true).c_str(),
+    result = parser->ParseFile(file.Get(), qxbatch::ParserName(server, 0.0, isGeneric).c_str(),
                                ComponentText(separator).Get());
     parser->Unadvise(&sink);
     return result;
