@@ -1,8 +1,8 @@
 #include "persistence/ascii_persistence.h"
 
 #include <algorithm>
-#include <stdexcept>
 
+#include "persistence/held_row.h"
 #include "platform/qxsplt/error_record.h"
 #include "storage/column_definition.h"
 #include "storage/data_storage.h"
@@ -11,21 +11,6 @@ namespace qxdbsqlengine {
 namespace {
 
 constexpr int kSurplusRecords = 100;  // told one by one; a file of another shape would give one for every row
-
-// Holds a row lock for the time of one row.
-class HeldRow {
-  public:
-    explicit HeldRow(RowLock& rowLock) : lock(rowLock) {
-        if (!lock.Lock())
-            throw std::runtime_error("Unable to acquire lock!");
-    }
-    ~HeldRow() { lock.UnLock(); }
-    HeldRow(const HeldRow&) = delete;
-    HeldRow& operator=(const HeldRow&) = delete;
-
-  private:
-    RowLock& lock;
-};
 
 }  // namespace
 

@@ -6,14 +6,9 @@
 #include <string>
 #include <vector>
 
-namespace qxdbsqlengine {
+#include "persistence/byte_source.h"
 
-// Where a reader gets its bytes. Fewer bytes than asked for mean the end.
-class ByteSource {
-  public:
-    virtual ~ByteSource() = default;
-    virtual std::size_t Read(char* to, std::size_t count) = 0;
-};
+namespace qxdbsqlengine {
 
 // Reads records of delimited text in large blocks. One thread at a time; the source is not owned and must
 // outlive the reader. A field may be as long as memory allows and may hold any byte, NUL included.

@@ -1,15 +1,15 @@
 #include "persistence/persistence.h"
 
 #include "persistence/ascii_persistence.h"
-#include "platform/qxutils/qx_exception.h"
+#include "persistence/excel_persistence.h"
+#include "persistence/excel_xml_persistence.h"
+#include "persistence/html_persistence.h"
+#include "persistence/insert_statements_persistence.h"
+#include "persistence/xml_persistence.h"
 #include "storage/data_storage.h"
 
 namespace qxdbsqlengine {
 namespace {
-
-[[noreturn]] void RefuseFormat(const char* name) {
-    throw qxutils::QXException(std::string("The ") + name + " format is not available in this build");
-}
 
 std::unique_ptr<IPersistenceImpl> MakeDelimited(ResultFileType type, std::atomic<bool>& cancel) {
     std::unique_ptr<IPersistenceImpl> impl(new AsciiPersistence(type, cancel));
@@ -30,15 +30,15 @@ std::unique_ptr<IPersistenceImpl> MakeImpl(ResultFileType type, std::atomic<bool
         case ResultFileDelimited:
             return MakeDelimited(type, cancel);
         case ResultFileHtml:
-            RefuseFormat("HTML");
+            return std::make_unique<HTMLPersistence>(cancel);
         case ResultFileExcel:
-            RefuseFormat("Excel");
+            return std::make_unique<ExcelPersistence>(cancel);
         case ResultFileXml:
-            RefuseFormat("XML");
+            return std::make_unique<XMLPersistence>(cancel);
         case ResultFileInsert:
-            RefuseFormat("INSERT statements");
+            return std::make_unique<InsertStatementsPersistence>(cancel);
         case ResultFileSpreadsheetXml:
-            RefuseFormat("spreadsheet XML");
+            return std::make_unique<ExcelXMLPersistence>(cancel);
     }
     return nullptr;
 }

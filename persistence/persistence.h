@@ -1,4 +1,4 @@
-// Saving the result sets of a store to a file, and reading delimited text back into a store.
+// Saving the result sets of a store to a file, and reading delimited text and XML back into a store.
 //
 //     std::atomic<bool> cancel{false};
 //     Persistence file(ResultFileComma, cancel, &progress, storage);
@@ -118,7 +118,6 @@ class QXSENG2_API IPersistenceImpl {
 class QXSENG2_API Persistence {
   public:
     // A handle for a number without a format stays empty: its setters do nothing, its actions give false.
-    // Throws qxutils::QXException for a format that this build does not have.
     Persistence(ResultFileType type, std::atomic<bool>& cancel, IQXPersistenceProgressCallback* callback,
                 const SmartPtr<DataStorage>& storage);
     ~Persistence();
@@ -138,7 +137,8 @@ class QXSENG2_API Persistence {
     void SetUseQuotingLogic(bool use);
     // True (the default): a tab in a value becomes four blanks.
     void SetExpandTabs(bool expand);
-    // The table that INSERT statements name; null is taken as "".
+    // Kept for callers; null is taken as "". INSERT statements name the table that the store has for the
+    // result set (DataStorage::SetTableName), not this one.
     void SetTableName(const char* tableName);
     // The rows of the view to write, in this order; empty for all. Numbers outside the result set are left
     // out. Dropped by WriteAllResultSets and WriteResultSets when they write more than one result set.

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <limits>
+#include <locale>
 #include <system_error>
 
+#include "persistence/timestamp_reader.h"
 #include "platform/qxsplt/error_record.h"
 #include "platform/qxsplt/errors.h"
 #include "storage/cell_format.h"
@@ -63,6 +65,7 @@ void PersistenceImpl::SetProgressCallback(IQXPersistenceProgressCallback* newCal
 
 void PersistenceImpl::SetDataStorage(const SmartPtr<DataStorage>& newStorage) {
     rowReader.reset();
+    timestamps.reset();
     storage = newStorage;
 }
 
@@ -198,6 +201,7 @@ bool PersistenceImpl::WriteResultSetBody(int resultSet, bool wholeFile) {
     OnException guard([this] { AbandonOutput(); });
     currentResultSet = resultSet;
     rowReader.reset();
+    timestamps.reset();
     if (wholeFile)
         WriteFileHeader();
     WriteResultSetHeader(includeHeaders);
@@ -208,6 +212,7 @@ bool PersistenceImpl::WriteResultSetBody(int resultSet, bool wholeFile) {
     else
         WriteListedRows(resultSet);
     rowReader.reset();
+    timestamps.reset();
     if (!failed) {
         WriteResultSetFooter();
         if (wholeFile)
@@ -283,6 +288,8 @@ const std::vector<int>& PersistenceImpl::SelectColumns() {
 void PersistenceImpl::VisitSelectedColumns(int row, CellSink& sink) {
     const std::size_t start = buffer.Size();
     for (int attempt = 0; attempt < kLockAttempts && !(attempt > 0 && IsCancelled()); ++attempt) {
+        if (timestamps && !timestamps->Read(row))
+            continue;
         if (rowReader
                 ? rowReader->Visit(row, sink)
                 : storage->VisitRow(currentResultSet, row, selectedColumns.data(),
@@ -291,6 +298,24 @@ void PersistenceImpl::VisitSelectedColumns(int row, CellSink& sink) {
         buffer.Truncate(start);
     }
     ReportFailure(ETIMEDOUT, "Row " + std::to_string(row + 1) + " could not be read: the store is in use");
+}
+
+void PersistenceImpl::ReadTimestamps(const char* format) {
+    timestamps = std::make_unique<TimestampReader>(*storage, currentResultSet, selectedColumns, format);
+}
+
+std::string_view PersistenceImpl::TimestampText(int position) {
+    return timestamps->Text(position);
+}
+
+std::string PersistenceImpl::CellText(int row, int column) const {
+    return storage->AsString(currentResultSet, row, column, std::locale::classic());
+}
+
+std::string PersistenceImpl::TimestampText(int row, int column, const char* format) const {
+    qxdb::Timestamp value = storage->GetTimestamp(currentResultSet, row, column);
+    value.SetFormat(format);
+    return value.AsString();
 }
 
 bool PersistenceImpl::ReadAllResultSets() {
@@ -469,6 +494,7 @@ void PersistenceImpl::AbandonOutput() {
     if (!failed && buffer.Size() != 0)
         Output().write(buffer.Data(), static_cast<std::streamsize>(buffer.Size()));
     rowReader.reset();
+    timestamps.reset();
     buffer.Release();
     if (outputStream == nullptr)
         output.close();

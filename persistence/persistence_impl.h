@@ -19,6 +19,7 @@ class Errors;
 namespace qxdbsqlengine {
 
 class RowReader;
+class TimestampReader;
 struct CellSink;
 
 // Base of the format classes. One thread at a time, except the cancel flag.
@@ -88,10 +89,22 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     // WriteResultSetHeader; the result is valid until the next call.
     const std::vector<int>& SelectColumns();
     const std::vector<int>& SelectedColumns() const { return selectedColumns; }
+    // For formats that leave some of the selected columns out: only these, all valid, are visited.
+    void RestrictColumns(const std::vector<int>& columns) { selectedColumns = columns; }
     // Hands the texts of the selected columns of a row to `sink`, in the classic locale. While another thread
     // holds the store (a writer waiting for a large object in the middle of a row), tries again until the
     // cancel flag is set, at most 12 times 5 seconds; then the export fails with a record.
     void VisitSelectedColumns(int row, CellSink& sink);
+    // From now on the values of the selected timestamp columns are read along with each row. To be called by
+    // WriteResultSetHeader behind SelectColumns, by formats that write timestamps in a format of their own.
+    void ReadTimestamps(const char* format);
+    // The text in that format of the timestamp at a position of the row that is being visited. Valid until
+    // the next call.
+    std::string_view TimestampText(int position);
+    // A cell of the current result set as AsString gives it; for single cells, not for loops.
+    std::string CellText(int row, int column) const;
+    // The same for a timestamp, in a format.
+    std::string TimestampText(int row, int column, const char* format) const;
 
     // The file could not be opened, read or written: tells the callback (severity 2, the number, the file's
     // name and the system's text) and makes the running operation end with false.
@@ -104,6 +117,11 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     void ReportRemark(int severity, long long line, const std::string& text);
     bool IsCancelled() const { return cancelled.load(std::memory_order_relaxed); }
 
+    // For formats that read a file in a way of their own: BeginOperation forgets the last operation's failure
+    // and reports a missing store, OpenInput reports a file that cannot be opened.
+    bool BeginOperation();
+    bool OpenInput();
+    void CloseInput();
     // Reads the next bytes of the input, up to `count`; fewer only at the end of the file or after a failure,
     // which has been reported then.
     std::size_t ReadInput(char* to, std::size_t count);
@@ -136,14 +154,11 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     bool expandTabs = true;
 
   private:
-    bool BeginOperation();
     std::ostream& Output() { return outputStream != nullptr ? *outputStream : output; }
     bool OpenOutput();
-    bool OpenInput();
     bool FlushOutput();
     bool CloseOutput();
     void AbandonOutput();
-    void CloseInput();
     bool WriteList(const std::deque<int>& resultSets);
     void WriteRows(int resultSet);
     void WriteListedRows(int resultSet);
@@ -153,11 +168,12 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     void ReportProgress();
     std::string WithFileName(const std::string& text) const;
 
-    std::ostream* outputStream = nullptr;  // a caller's stream instead of `output`
-    OutputBuffer buffer;                   // formatted, not yet in the file
-    std::vector<int> selectedColumns;      // of the current result set
-    std::unique_ptr<RowReader> rowReader;  // of the current result set when its view is sorted
-    bool failed = false;                   // a failure of the running operation was reported
+    std::ostream* outputStream = nullptr;         // a caller's stream instead of `output`
+    OutputBuffer buffer;                          // formatted, not yet in the file
+    std::vector<int> selectedColumns;             // of the current result set
+    std::unique_ptr<RowReader> rowReader;         // of the current result set when its view is sorted
+    std::unique_ptr<TimestampReader> timestamps;  // of the current result set when the format asked for it
+    bool failed = false;                          // a failure of the running operation was reported
 };
 
 }  // namespace qxdbsqlengine

@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
     g++ make cmake ninja-build ccache
-    libloki-dev libboost-dev libsqlite3-dev libcli11-dev unixodbc-dev
+    libloki-dev libboost-dev libsqlite3-dev libexpat1-dev libcli11-dev unixodbc-dev
     libgtest-dev libgmock-dev libbenchmark-dev
 )
 if [ "${1:-}" = tests ]; then

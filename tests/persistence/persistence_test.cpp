@@ -7,7 +7,6 @@
 #include "persistence/ascii_persistence.h"
 #include "persistence_support.h"
 #include "platform/qxsplt/errors.h"
-#include "platform/qxutils/qx_exception.h"
 
 namespace qxdbsqlengine {
 namespace {
@@ -38,21 +37,38 @@ TEST_F(FrameworkTest, NumbersWithoutAFormatGiveAnEmptyHandle) {
     EXPECT_TRUE(callback.records.empty());
 }
 
-TEST_F(FrameworkTest, FormatsOfOtherBuildsAreRefused) {
-    const std::pair<int, const char*> refused[] = {
-        {2, "The HTML format is not available in this build"},
-        {4, "The Excel format is not available in this build"},
-        {6, "The XML format is not available in this build"},
-        {8, "The INSERT statements format is not available in this build"},
-        {9, "The spreadsheet XML format is not available in this build"},
+// The first bytes tell which format a number stands for.
+TEST_F(FrameworkTest, EveryNumberHasItsFormat) {
+    AddTextResultSet(*store, {"A", "B"}, {{"1", "2"}});
+    store->SetTableName(0, "T");
+    const std::pair<int, const char*> expected[] = {
+        {0, "A\tB\r\n"},
+        {1, "A,B\r\n"},
+        {2, "<!DOCTYPE html PUBLIC \"-//IETF//DTD HTML//EN\">\r\n<html>\r\n"},
+        {3, "A|B\r\n"},
+        {4, "<html xmlns:o=\"urn:schemas-microsoft-com:office:office\"\r\n"},
+        {6, "<?xml version=\"1.0\" encoding=\"ISO-8859-1\" ?>\n<resultset>\n"},
+        {7, "A,B\r\n"},
+        {8, "--\n-- TABLE INSERT STATEMENTS\n--\nINSERT INTO T ( A, B ) \n"},
+        {9, "<?xml version=\"1.0\" encoding=\"ISO-8859-1\" ?>\n<?mso-application progid=\"Excel.Sheet\"?>\n"},
     };
-    for (const auto& [number, text] : refused) {
-        try {
-            Persistence persistence(static_cast<ResultFileType>(number), cancel, &callback, store);
-            ADD_FAILURE() << number;
-        } catch (const qxutils::QXException& e) {
-            EXPECT_STREQ(e.what(), text);
-        }
+    for (const auto& [number, start] : expected)
+        EXPECT_EQ(WriteAll(static_cast<ResultFileType>(number)).substr(0, std::string(start).size()), start)
+            << number;
+}
+
+TEST_F(FrameworkTest, OnlyDelimitedTextAndXmlAreReadBack) {
+    AddTextResultSet(*store, {"A"}, {{"1"}});
+    store->SetTableName(0, "T");
+    const std::pair<int, bool> expected[] = {{0, true},  {1, true}, {2, false}, {3, true},  {4, false},
+                                             {5, false}, {6, true}, {7, true},  {8, false}, {9, false}};
+    for (const auto& [number, isRead] : expected) {
+        Persistence persistence(static_cast<ResultFileType>(number), cancel, &callback, store);
+        persistence.SetFileName(file.c_str());
+        EXPECT_EQ(persistence.WriteResultSets({0}), number != 5) << number;
+        const int before = store->GetNumberOfResultSets();
+        EXPECT_EQ(persistence.ReadAllResultSets(), isRead) << number;
+        EXPECT_EQ(store->GetNumberOfResultSets(), before + (isRead ? 1 : 0)) << number;
     }
 }
 
