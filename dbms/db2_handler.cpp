@@ -5,6 +5,7 @@
 #include "dbms/explain_pause.h"
 #include "dbms/option_table.h"
 #include "dbms/option_values.h"
+#include "dbms/sql_batch.h"
 #include "dbms/string_table.h"
 #include "platform/qxutils/string_utils.h"
 #include "request/sql_request.h"
@@ -163,26 +164,18 @@ void DB2Handler::SetOptions(qxdb::Connection& connection, const OptionMap& defau
 }
 
 void DB2Handler::ExecuteOptions(qxdb::Connection& connection, const OptionMap& options) {
-    std::string batch;
-    const auto add = [&batch](const std::string& text) {
-        if (!text.empty())
-            batch += (batch.empty() ? "" : "\n") + text;
-    };
+    SqlBatch batch;
     for (const auto& option : options)
-        add(GetQueryString(static_cast<int>(option.first), options));
+        batch.Add(GetQueryString(static_cast<int>(option.first), options));
     const std::optional<int> isolation = FindIntOption(options, DB2IsolationOption);
     if (isolation && connection.GetServerVersionNumber() > LastVersionWithoutIsolation)
-        add(GetResultsFromIntComboOption(*isolation, Isolations[0].row));
-    if (!batch.empty())
-        ExecuteCommand(connection, batch, ResultSetNormal);
+        batch.Add(GetResultsFromIntComboOption(*isolation, Isolations[0].row));
+    if (!batch.GetText().empty())
+        ExecuteCommand(connection, batch.GetText(), ResultSetNormal);
 }
 
 std::string DB2Handler::GetResultsFromIntComboOption(int index, int baseStringId) {
-    const long long row = static_cast<long long>(baseStringId) + index;
-    // Rows far off belong to others.
-    if (index < 0 || row != static_cast<int>(row))
-        return std::string();
-    return FormatSql(ResourceLoader::LoadString(static_cast<int>(row)), {});
+    return GetChoiceText(baseStringId, index);
 }
 
 void DB2Handler::ExecuteCommand(qxdb::Connection& connection, const std::string& text, ResultSetType type) {

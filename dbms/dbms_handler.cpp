@@ -9,39 +9,20 @@
 #include "dbms/db2os390_handler.h"
 #include "dbms/mysql_handler.h"
 #include "dbms/oracle_handler.h"
+#include "dbms/sqlserver_handler.h"
 #include "dbms/string_table.h"
+#include "dbms/sybase_handler.h"
 #include "engine/cancellation.h"
 #include "platform/qxutils/lock_guard.h"
-#include "platform/qxutils/qx_exception.h"
 #include "platform/qxutils/string_utils.h"
 #include "request/sql_request.h"
 
 namespace qxdbsqlengine {
 
-namespace {
-
-// A plain handler in place of one of these would run without the session's options, plans and messages that
-// callers of the server rely on.
-const char* MissingHandler(qxdb::DBTYPE type) {
-    switch (type) {
-        case qxdb::DBTYPE_SYBASE:
-            return "Sybase";
-        case qxdb::DBTYPE_SQLSERVER:
-            return "Microsoft SQL Server";
-        default:
-            return nullptr;
-    }
-}
-
-}  // namespace
-
 const char* const DBMSHandler::SQL_OPTION_ON = "ON";
 const char* const DBMSHandler::SQL_OPTION_OFF = "OFF";
 
 std::unique_ptr<DBMSHandler> DBMSHandler::Create(SQLRequest& request, qxdb::DBTYPE type) {
-    if (const char* const server = MissingHandler(type))
-        throw qxutils::QXException("The handler for " + std::string(server) +
-                                   " is not available in this build");
     switch (type) {
         case qxdb::DBTYPE_DB2:
             return std::make_unique<DB2Handler>(request);
@@ -51,6 +32,10 @@ std::unique_ptr<DBMSHandler> DBMSHandler::Create(SQLRequest& request, qxdb::DBTY
             return std::make_unique<OracleHandler>(request);
         case qxdb::DBTYPE_MYSQL:
             return std::make_unique<MySQLHandler>(request);
+        case qxdb::DBTYPE_SQLSERVER:
+            return std::make_unique<SQLServerHandler>(request);
+        case qxdb::DBTYPE_SYBASE:
+            return std::make_unique<SybaseHandler>(request);
         default:
             return std::unique_ptr<DBMSHandler>(new DBMSHandler(request, type));
     }
@@ -70,12 +55,8 @@ int DBMSHandler::HandleNotify(const ErrorRecord& record) {
     try {
         std::string text = record.GetErrorDescription();
         qxutils::StringUtils::StringTrim(text);
-        if (!text.empty()) {
-            Errors errors;
-            errors.AddRecord(record);
-            request.NotifyError(errors);
-            SaveNotifyMessage(text);
-        }
+        if (!text.empty())
+            ReportMessageAsError(record, text);
     } catch (const CancelledException&) {
         // The driver that called has nothing to do with it; the run finds out by itself.
     }
@@ -167,6 +148,13 @@ std::string DBMSHandler::itoa(const int& value) {
 
 void DBMSHandler::SaveNotifyMessage(const std::string& text) {
     request.SaveNotifyMessage(text);
+}
+
+void DBMSHandler::ReportMessageAsError(const ErrorRecord& record, const std::string& text) {
+    Errors errors;
+    errors.AddRecord(record);
+    request.NotifyError(errors);
+    SaveNotifyMessage(text);
 }
 
 void DBMSHandler::ReplaceSQL(const std::string& text) {

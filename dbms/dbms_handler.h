@@ -51,9 +51,8 @@ class QXSENG2_API DBMSHandler : public qxdb::ErrorRecordCallback {
     static const char* const SQL_OPTION_ON;   // "ON"
     static const char* const SQL_OPTION_OFF;  // "OFF"
 
-    // The handler of a server type; any type without one of its own gets a plain DBMSHandler. Throws
-    // QXException for the types whose handler this build does not have: Sybase and SQL Server.
-    // `request` must outlive the handler.
+    // The handler of a server type; any type without one of its own gets a plain DBMSHandler. `request` must
+    // outlive the handler.
     static std::unique_ptr<DBMSHandler> Create(SQLRequest& request, qxdb::DBTYPE type);
 
     ~DBMSHandler() override;
@@ -150,9 +149,15 @@ class QXSENG2_API DBMSHandler : public qxdb::ErrorRecordCallback {
     // then reported. What handlers with result sets of their own do in ExecuteCommand.
     void StoreCommandResults(qxdb::Connection& connection, const std::string& text, ResultSetType type);
 
+    // A server's message as an error notification, and `text` as a saved message.
+    void ReportMessageAsError(const ErrorRecord& record, const std::string& text);
+
     // Another text in the place of the item's own; the request's type stays, and so does the file of a
     // script, which a later run reads again.
     void ReplaceSQL(const std::string& text);
+
+    // Brings the precision of a column within the request's limits; the minimum wins over a maximum below it.
+    void LimitPrecision(ColumnDefinition& definition);
 
     // Option id to row of the string table, by the server's version.
     void SetOptionsIDSMap(const qxdb::Connection& connection);

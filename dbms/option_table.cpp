@@ -117,6 +117,10 @@ constexpr HandlerOption HandlerOptions[] = {
      "isolation, above version 8.01: 0 reset, 1 UR, 2 CS, 3 RR, 4 RS"},
     {DB2OS390, LobStreamSizeOption, OptionKind::Number, LobStreamSizeMeaning},
     {DB2OS390, DB2MaxRowCountOption, OptionKind::Number, MaxRowCountMeaning},
+    {SqlServer, LobStreamSizeOption, OptionKind::Number, LobStreamSizeMeaning},
+    {SqlServer, SQLServerIsolationOption, OptionKind::Number,
+     "isolation: 0 READ COMMITTED, 1 READ UNCOMMITTED, 2 REPEATABLE READ, 3 SERIALIZABLE"},
+    {Sybase, LobStreamSizeOption, OptionKind::Number, LobStreamSizeMeaning},
     {MySQL, MySQLStartUpCommandsOption, OptionKind::Text,
      "commands run before the first statement, separated by ;"},
     {MySQL, MySQLMaxRowCountOption, OptionKind::Number, MaxRowCountMeaning},
@@ -161,6 +165,17 @@ std::vector<OptionInfo> DescribeOptions(qxdb::DBTYPE server, double version) {
     for (const HandlerOption& entry : HandlerOptions) {
         if (Heeds(server, entry))
             infos.push_back({entry.option, entry.kind, entry.meaning});
+    }
+    const auto addPlaced = [&infos](const PlacedOption& entry) {
+        infos.push_back({entry.option, OptionKind::Flag, ResourceLoader::LoadString(entry.row)});
+    };
+    if (server == SqlServer)
+        addPlaced(SQLServerAnsiDefaults);
+    if (server == Sybase) {
+        for (const PlacedOption& entry : SybaseLastOptions)
+            addPlaced(entry);
+        for (const TraceFlagOption& entry : SybaseTraceFlagOptions)
+            infos.push_back({entry.option, OptionKind::Flag, "trace flag " + std::string(entry.flag)});
     }
     std::sort(infos.begin(), infos.end(),
               [](const OptionInfo& left, const OptionInfo& right) { return left.option < right.option; });

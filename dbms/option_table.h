@@ -38,13 +38,31 @@ constexpr unsigned int OracleOutputBufferSizeOption = 50206;
 constexpr unsigned int OracleExecutionInformationOption = 50306;
 constexpr unsigned int OracleMaxRowCountOption = 50313;
 constexpr unsigned int OracleLobStreamSizeOption = 50331;
-constexpr unsigned int LobStreamSizeOption = 50252;  // both DB2 families
+constexpr unsigned int LobStreamSizeOption = 50252;  // both DB2 families, SQL Server, Sybase
 constexpr unsigned int DB2MaxRowCountOption = 50314;
 constexpr unsigned int DB2SystemSchemaOption = 50470;
 constexpr unsigned int DB2CreateTablesOption = 50472;
 constexpr unsigned int DB2IsolationOption = 50473;
 constexpr unsigned int MySQLStartUpCommandsOption = 50424;
 constexpr unsigned int MySQLMaxRowCountOption = 50463;
+constexpr unsigned int SQLServerIsolationOption = 50131;
+
+// Flags that a handler sends at a place of its own in the batch of options, outside the table above.
+struct PlacedOption {
+    unsigned int option;
+    int row;  // of the string table
+};
+constexpr PlacedOption SQLServerAnsiDefaults = {50286, 2776};
+// In the order in which they are sent.
+constexpr PlacedOption SybaseLastOptions[] = {{50103, 2665}, {50104, 2667}, {50106, 2651}, {50100, 2664}};
+
+// Flags that switch a trace flag on, in the order in which the flags are sent.
+struct TraceFlagOption {
+    unsigned int option;
+    const char* flag;
+};
+constexpr TraceFlagOption SybaseTraceFlagOptions[] = {
+    {50359, "3604"}, {50360, "3605"}, {50357, "302"}, {50358, "310"}};
 
 // One option as a user of a server sees it.
 struct OptionInfo {

@@ -202,8 +202,11 @@ void DBMSHandler::FetchColumnProperties(qxdb::Cursor& cursor, int fieldIndex, qx
 
     if (request.GetColumnLabels())
         definition.columnLabel = column.GetName();
+    LimitPrecision(definition);
+}
+
+void DBMSHandler::LimitPrecision(ColumnDefinition& definition) {
     definition.precision = std::max(definition.precision, 0);
-    // The minimum wins over a maximum below it.
     const int minimum = request.GetMinPrecision();
     if (minimum >= 0 && definition.precision < minimum) {
         definition.precision = minimum;

@@ -4,6 +4,8 @@
 #include "dbms/db2os390_handler.h"
 #include "dbms/option_table.h"
 #include "dbms/oracle_handler.h"
+#include "dbms/sqlserver_handler.h"
+#include "dbms/sybase_handler.h"
 
 namespace qxdbsqlengine {
 
@@ -15,7 +17,8 @@ std::vector<RowUse> GetRowUses() {
         uses.push_back({entry.row, entry.server == qxdb::DBTYPE_ORACLE ? 0 : 1});
     }
     for (const std::vector<RowUse>& ofFamily :
-         {OracleHandler::GetRowUses(), DB2Handler::GetRowUses(), DB2OS390Handler::GetRowUses()})
+         {OracleHandler::GetRowUses(), DB2Handler::GetRowUses(), DB2OS390Handler::GetRowUses(),
+          SQLServerHandler::GetRowUses(), SybaseHandler::GetRowUses()})
         uses.insert(uses.end(), ofFamily.begin(), ofFamily.end());
     return uses;
 }

@@ -55,6 +55,8 @@ constexpr StringRow SqlRows[] = {
     {145, SESSION_STATISTICS("N.NAME \"Wait Activity\"",
                              "'application wait time','cluster wait time','concurrency wait time',"
                              "'enqueue waits','redo log space wait time','user I/O wait time'")},
+    {148, "SET SHOWPLAN,NOEXEC %s"},
+    {149, "SET SHOWPLAN,NOEXEC %s"},
     {2636,
      "CREATE TABLE %s(statement_id VARCHAR2(30),timestamp DATE,remarks VARCHAR2(80),operation VARCHAR2(30),"
      "options VARCHAR2(30),object_node VARCHAR2(128),object_owner VARCHAR2(30),object_name VARCHAR2(30),"
@@ -73,19 +75,26 @@ constexpr StringRow SqlRows[] = {
     {2651, "SET FORCEPLAN %s"},
     {2652, "SET ARITHIGNORE ARITH_OVERFLOW %s"},
     {2653, "SET TRANSACTION ISOLATION LEVEL %d"},
+    {2654, "SET TRANSACTION ISOLATION LEVEL READ COMMITTED"},
+    {2655, "SET TRANSACTION ISOLATION LEVEL READ UNCOMMITTED"},
+    {2656, "SET TRANSACTION ISOLATION LEVEL REPEATABLE READ"},
+    {2657, "SET TRANSACTION ISOLATION LEVEL SERIALIZABLE"},
     {2658, "SET NOCOUNT %s"},
     {2659, "SET NOEXEC %s"},
     {2660, "SET PARSEONLY %s"},
     {2661, "SET PREFETCH %s"},
     {2662, "SET QUOTED_IDENTIFIER %s"},
+    {2664, "SET SHOWPLAN %s"},
     {2665, "SET STATISTICS IO %s"},
     {2666, "SET STATISTICS SUBQUERYCACHE %s"},
     {2667, "SET STATISTICS TIME %s"},
     {2668, "SET TABLE COUNT %d"},
+    {2684, "SET SHOWPLAN_ALL %s"},
     {2689, "SELECT COST FROM %s WHERE 1 = 0"},
     {2690, "DROP TABLE %s.%s"},
     {2760, "SELECT DISTINCT USER FROM DUAL"},
     {2761, "DROP TABLE \"%s\".%s"},
+    {2776, "SET ANSI_DEFAULTS %s"},
     {2778, "SET ANSI_NULL_DFLT_ON %s"},
     {2779, "SET ANSI_PADDING %s"},
     {2780, "SET ANSI_WARNINGS %s"},
@@ -100,6 +109,8 @@ constexpr StringRow SqlRows[] = {
     {2790, "SELECT 'Before' \"Execution Information\", SYSDATE \"VALUE\" FROM DUAL"},
     {2791, SESSION_STATISTICS("N.NAME \"Execution Information\"", "'CPU used by this session'")},
     {2792, "SELECT 'After' \"Execution Information\", SYSDATE \"VALUE\" FROM DUAL"},
+    {2802, "dbcc traceon (%s)"},
+    {2803, "dbcc traceoff (%s)"},  // nobody switches off
     {2812, PLAN_QUERY("")},
     {2819, "set interactive_timeout=%d"},
     {2820, "set sql_big_selects=%s"},
@@ -153,6 +164,14 @@ void RegisterSqlStrings() {
 
 StringRows GetCommonStrings() {
     return {SqlRows, std::size(SqlRows)};
+}
+
+std::string GetChoiceText(int baseRow, int index) {
+    const long long row = static_cast<long long>(baseRow) + index;
+    // Rows ahead belong to others.
+    if (index < 0 || row != static_cast<int>(row))
+        return std::string();
+    return FormatSql(ResourceLoader::LoadString(static_cast<int>(row)), {});
 }
 
 SqlArgument::SqlArgument(int value) : text(std::to_string(value)), isNumber(true) {}

@@ -32,6 +32,10 @@ constexpr bool AreRowsSorted(const StringRow* rows, std::size_t count) {
     return true;
 }
 
+// The text of one of several values: the row `index` rows behind `baseRow`. Empty when there is no such row,
+// or when it has places to fill.
+std::string GetChoiceText(int baseRow, int index);
+
 // One value for a place of a format: a number or a text.
 class SqlArgument {
   public:

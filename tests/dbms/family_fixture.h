@@ -59,6 +59,7 @@ class OpenFamilyHandler : public Handler {
 template <class Handler>
 class FamilyRequest : public SQLRequest {
   public:
+    using SQLRequest::errorCount;
     using SQLRequest::GetHandler;
     using SQLRequest::SQLRequest;
 

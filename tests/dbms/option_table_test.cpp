@@ -35,6 +35,12 @@ TEST(OptionTableTest, EachServerHasItsOptionsInOrder) {
                                                      50331, 50448, 50449, 50450, 50451, 50452}));
     EXPECT_EQ(IdsOf(qxdb::DBTYPE_DB2, 9.0), (Ids{50147, 50252, 50314, 50385, 50470, 50472, 50473}));
     EXPECT_EQ(IdsOf(qxdb::DBTYPE_DB2OS390, 7.0), (Ids{50147, 50252, 50314, 50385}));
+    EXPECT_EQ(IdsOf(qxdb::DBTYPE_SQLSERVER, 8.0),
+              (Ids{50120, 50121, 50122, 50123, 50124, 50125, 50126, 50127, 50128, 50129, 50130, 50131,
+                   50147, 50252, 50286, 50298, 50299, 50300, 50301, 50302, 50385, 50462, 50481}));
+    EXPECT_EQ(IdsOf(qxdb::DBTYPE_SYBASE, 12.5),
+              (Ids{50100, 50101, 50102, 50103, 50104, 50105, 50106, 50107, 50108, 50109, 50110, 50111, 50112,
+                   50113, 50114, 50115, 50116, 50118, 50147, 50252, 50357, 50358, 50359, 50360, 50385}));
 }
 
 TEST(OptionTableTest, TextsAndKinds) {
@@ -48,6 +54,39 @@ TEST(OptionTableTest, TextsAndKinds) {
     EXPECT_EQ(byId[50414].kind, OptionKind::Text);
     EXPECT_EQ(byId[50424].kind, OptionKind::Text);
     EXPECT_EQ(byId[50424].text, "commands run before the first statement, separated by ;");
+}
+
+TEST(OptionTableTest, TextsOfOptionsWithAPlaceOfTheirOwn) {
+    const auto find = [](qxdb::DBTYPE server, unsigned int option) {
+        for (const OptionInfo& info : DescribeOptions(server, 12.0)) {
+            if (info.option == option)
+                return info;
+        }
+        return OptionInfo{0, OptionKind::Number, ""};
+    };
+    const struct {
+        qxdb::DBTYPE server;
+        unsigned int option;
+        const char* text;
+    } cases[] = {
+        {qxdb::DBTYPE_SQLSERVER, 50286, "SET ANSI_DEFAULTS %s"},
+        {qxdb::DBTYPE_SYBASE, 50100, "SET SHOWPLAN %s"},
+        {qxdb::DBTYPE_SYBASE, 50103, "SET STATISTICS IO %s"},
+        {qxdb::DBTYPE_SYBASE, 50104, "SET STATISTICS TIME %s"},
+        {qxdb::DBTYPE_SYBASE, 50106, "SET FORCEPLAN %s"},
+        {qxdb::DBTYPE_SYBASE, 50359, "trace flag 3604"},
+        {qxdb::DBTYPE_SYBASE, 50360, "trace flag 3605"},
+        {qxdb::DBTYPE_SYBASE, 50357, "trace flag 302"},
+        {qxdb::DBTYPE_SYBASE, 50358, "trace flag 310"},
+    };
+    for (const auto& one : cases) {
+        const OptionInfo info = find(one.server, one.option);
+        EXPECT_EQ(info.text, one.text) << one.option;
+        EXPECT_EQ(info.kind, OptionKind::Flag) << one.option;
+    }
+    EXPECT_EQ(find(qxdb::DBTYPE_SQLSERVER, 50131).kind, OptionKind::Number);
+    EXPECT_EQ(find(qxdb::DBTYPE_SQLSERVER, 50131).text,
+              "isolation: 0 READ COMMITTED, 1 READ UNCOMMITTED, 2 REPEATABLE READ, 3 SERIALIZABLE");
 }
 
 TEST(OptionTableTest, NoOptionIsNamedTwice) {

@@ -59,6 +59,17 @@ TEST(StringTableTest, RowsHaveTheirTexts) {
                   "'redo log space wait time','user I/O wait time'" +
                   end},
         {133, "DBMS_OUTPUT Results Batch "},
+        {148, "SET SHOWPLAN,NOEXEC %s"},
+        {149, "SET SHOWPLAN,NOEXEC %s"},
+        {2654, "SET TRANSACTION ISOLATION LEVEL READ COMMITTED"},
+        {2655, "SET TRANSACTION ISOLATION LEVEL READ UNCOMMITTED"},
+        {2656, "SET TRANSACTION ISOLATION LEVEL REPEATABLE READ"},
+        {2657, "SET TRANSACTION ISOLATION LEVEL SERIALIZABLE"},
+        {2664, "SET SHOWPLAN %s"},
+        {2684, "SET SHOWPLAN_ALL %s"},
+        {2776, "SET ANSI_DEFAULTS %s"},
+        {2802, "dbcc traceon (%s)"},
+        {2803, "dbcc traceoff (%s)"},
         {2638, "SELECT COUNT(*) FROM %s WHERE 1 = 0"},
         {2639, "EXPLAIN PLAN SET STATEMENT_ID='%s' INTO %s FOR "},
         {2689, "SELECT COST FROM %s WHERE 1 = 0"},
@@ -142,8 +153,8 @@ TEST(StringTableTest, NoNumberStandsInTwoParts) {
         EXPECT_TRUE(numbers.insert(row.id).second) << row.id;
 }
 
-// Rows that no handler asks for: there is no option for it.
-const std::set<int> rowsOfNobody = {2834};
+// Rows that no handler asks for: trace flags are not switched off, and there is no option for autocommit.
+const std::set<int> rowsOfNobody = {2803, 2834};
 
 // The places of a format, in order: 's' and 'd'.
 std::string PlacesOf(const std::string& format) {
@@ -217,6 +228,18 @@ TEST(StringTableTest, MessagesStayBesideTheSqlRows) {
     EXPECT_EQ(Load(121), "Unknown Error");
     EXPECT_EQ(Load(146),
               "Datasource has not responded to the cancel request. Connection has been discarded.");
+}
+
+TEST(StringTableTest, ChoiceIsARowBehindAnother) {
+    RegisterSqlStrings();
+    EXPECT_EQ(GetChoiceText(2654, 0), "SET TRANSACTION ISOLATION LEVEL READ COMMITTED");
+    EXPECT_EQ(GetChoiceText(2654, 3), "SET TRANSACTION ISOLATION LEVEL SERIALIZABLE");
+    EXPECT_EQ(GetChoiceText(2654, 4), "");   // has a place
+    EXPECT_EQ(GetChoiceText(2655, -1), "");  // a row, but ahead
+    EXPECT_EQ(GetChoiceText(2649, 0), "");   // no row
+    EXPECT_EQ(GetChoiceText(-1, 0), "");
+    EXPECT_EQ(GetChoiceText(std::numeric_limits<int>::max(), 1), "");
+    EXPECT_EQ(GetChoiceText(1, std::numeric_limits<int>::max()), "");
 }
 
 TEST(StringTableTest, RegisteringAgainChangesNothing) {
