@@ -51,6 +51,13 @@ std::pair<unsigned int, std::string> ParseOption(const std::string& text) {
     return {static_cast<unsigned int>(id), text.substr(equals + 1)};
 }
 
+int ParseBytes(const std::string& text) {
+    const int bytes = ParseNumber(text, "--server-output");
+    if (bytes < 0)
+        throw std::invalid_argument("--server-output: \"" + text + "\" is no number of bytes");
+    return bytes;
+}
+
 char ParseDelimiter(const std::string& text) {
     if (text == "\\t")
         return '\t';
@@ -69,10 +76,10 @@ std::chrono::milliseconds ParseTimeout(const std::string& text) {
     return std::chrono::milliseconds(static_cast<long long>(std::ceil(seconds * 1000)));
 }
 
-const Dialect* ParseDialect(const std::string& text) {
+const Dialect* ParseDialect(const std::string& text, const char* what) {
     const Dialect* const dialect = FindDialect(text);
     if (dialect == nullptr)
-        throw std::invalid_argument("--dialect: \"" + text + "\" is none of " + DialectNames());
+        throw std::invalid_argument(std::string(what) + ": \"" + text + "\" is none of " + DialectNames());
     return dialect;
 }
 
@@ -84,8 +91,14 @@ class ParameterWords {
         pendingType = type;
     }
     void AddParameter(const std::string& text) {
-        words.push_back({pendingType.value_or(""), text});
+        words.push_back({pendingType.value_or(""), text, false});
         pendingType.reset();
+    }
+    void AddOutput(const std::string& text) {
+        RefuseLoneType();
+        if (text.empty())
+            throw std::invalid_argument("--param-out: the name is missing; \"?\" stands for the next place");
+        words.push_back({"", text, true});
     }
     const std::vector<ParameterWord>& Take() const {
         RefuseLoneType();
@@ -109,6 +122,10 @@ struct RawTexts {
     std::string sort;
     std::string delimiter;
     std::string dialect;
+    std::string family;
+    std::string procedure;
+    std::string function;
+    std::string serverOutput;
     std::optional<std::string> timeout;
     std::vector<std::string> options;
     ParameterWords parameters;
@@ -122,6 +139,8 @@ void DeclareInput(CLI::App& app, CommandLine& line, RawTexts& raw) {
     app.add_option("CONNECTION", line.connection, "where to run: DRIVER:DATASOURCE");
     app.add_option("SQL", raw.sql, "what to run; one or several statements");
     app.add_option("-f,--file", line.sqlFile, "run the script FILE (- is standard input)")->type_name("FILE");
+    app.add_option("--procedure", raw.procedure, "call the stored procedure NAME")->type_name("NAME");
+    app.add_option("--function", raw.function, "call the stored function NAME")->type_name("NAME");
     app.add_flag("--create", line.create, "create the database file when it does not exist");
     app.add_option("--read", line.readFile, "load a delimited FILE instead of running SQL")
         ->type_name("FILE");
@@ -131,10 +150,33 @@ void DeclareInput(CLI::App& app, CommandLine& line, RawTexts& raw) {
         ->check(CLI::NonNegativeNumber);
     app.add_option("--timeout", raw.timeout, "cancel what still runs after that time; fractions are allowed")
         ->type_name("SECONDS");
-    app.add_option("--option", raw.options, "a query option, by its number; can be given several times")
+}
+
+void DeclareServer(CLI::App& app, CommandLine& line, RawTexts& raw) {
+    const char* const group = "Servers";
+    app.add_option("--user", line.user,
+                   "the user; the password is QXSQL_PASSWORD or asked for on the terminal")
+        ->type_name("NAME")
+        ->group(group);
+    app.add_option("--dbtype", raw.family, "the server's family, against what it says: " + DialectNames())
+        ->type_name("NAME")
+        ->group(group);
+    app.add_flag("--explain", line.explain, "show plans instead of running statements")->group(group);
+    app.add_flag("--statistics", line.statistics, "show the server's statistics of the run")->group(group);
+    app.add_option("--server-output", raw.serverOutput,
+                   "show what statements write to the server's output, in a buffer of BYTES")
+        ->type_name("[BYTES]")
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--option", [&raw](const std::string& text) { raw.options.push_back(text); },
+           "a query option, by its number; can be given several times")
         ->type_name("ID=VALUE")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->trigger_on_parse()
+        ->group(group);
+    app.add_flag("--options", line.listOptions, "list the query options of the server, and run nothing")
+        ->group(group);
+    app.add_flag("--drivers", line.listDrivers, "list the drivers and data sources that are there")
+        ->group(group);
 }
 
 void DeclareParameters(CLI::App& app, RawTexts& raw) {
@@ -149,6 +191,12 @@ void DeclareParameters(CLI::App& app, RawTexts& raw) {
            "--param-type", [&raw](const std::string& type) { raw.parameters.AddType(type); },
            "the type of the next --param: " + ParameterTypeNames())
         ->type_name("TYPE")
+        ->trigger_on_parse()
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--param-out", [&raw](const std::string& name) { raw.parameters.AddOutput(name); },
+           "an output of the call, by its name; ? is the next parameter")
+        ->type_name("NAME")
         ->trigger_on_parse()
         ->group(group);
 }
@@ -202,6 +250,18 @@ void DeclareOutput(CLI::App& app, CommandLine& line, RawTexts& raw) {
     app.add_flag("--quiet", line.quiet, "print nothing but results and errors")->group(group);
 }
 
+void InterpretCall(const RawTexts& raw, CommandLine& line) {
+    if (!raw.procedure.empty() && !raw.function.empty())
+        throw std::invalid_argument("--procedure and --function do not go together");
+    line.parameterWords = raw.parameters.Take();
+    if (raw.procedure.empty() && raw.function.empty()) {
+        line.parameters = ReadParameters(line.parameterWords);
+        return;
+    }
+    line.call = raw.procedure.empty() ? CallKind::Function : CallKind::Procedure;
+    line.callName = raw.procedure.empty() ? raw.function : raw.procedure;
+}
+
 void Interpret(const RawTexts& raw, bool hasSql, CommandLine& line) {
     if (hasSql)
         line.sql = raw.sql;
@@ -217,12 +277,16 @@ void Interpret(const RawTexts& raw, bool hasSql, CommandLine& line) {
     if (raw.timeout)
         line.timeout = ParseTimeout(*raw.timeout);
     if (!raw.dialect.empty())
-        line.dialect = ParseDialect(raw.dialect);
+        line.dialect = ParseDialect(raw.dialect, "--dialect");
+    if (!raw.family.empty())
+        line.family = ParseDialect(raw.family, "--dbtype");
     if (raw.result >= 0)
         line.result = raw.result;
     for (const std::string& option : raw.options)
         line.options.push_back(ParseOption(option));
-    line.parameters = ReadParameters(raw.parameters.Take());
+    if (!raw.serverOutput.empty())
+        line.serverOutput = ParseBytes(raw.serverOutput);
+    InterpretCall(raw, line);
 }
 
 void CheckSplit(const CommandLine& line) {
@@ -231,23 +295,58 @@ void CheckSplit(const CommandLine& line) {
     if (!line.connection.empty() || line.sql)
         throw std::invalid_argument(
             "--split connects to nothing: it takes the script by -f and no CONNECTION");
-    if (!line.readFile.empty() || line.parameters.GetParameterCount() > 0)
+    if (!line.readFile.empty() || !line.parameterWords.empty() || line.IsCall())
         throw std::invalid_argument("--split runs nothing: it takes no --read and no --param");
 }
 
-void Check(const CommandLine& line) {
-    if (line.split)
-        return CheckSplit(line);
-    if (line.dialect != nullptr)
-        throw std::invalid_argument("--dialect goes with --split; a run takes the dialect of its server");
+// What only a server can do.
+bool AsksTheServer(const CommandLine& line) {
+    return !line.user.empty() || line.family != nullptr || line.explain || line.statistics ||
+           line.serverOutput || !line.options.empty();
+}
+
+void CheckLists(const CommandLine& line) {
+    const char* const option = line.listDrivers ? "--drivers" : "--options";
+    if (line.sql || !line.sqlFile.empty() || line.IsCall() || !line.readFile.empty() || line.split)
+        throw std::invalid_argument(std::string(option) + " runs nothing, and takes no SQL");
+    if (line.listDrivers && (!line.connection.empty() || line.listOptions))
+        throw std::invalid_argument("--drivers takes no CONNECTION");
+    if (line.listOptions && line.connection.empty() && line.family == nullptr)
+        throw std::invalid_argument("--options needs a CONNECTION, or --dbtype with one of " +
+                                    DialectNames());
+}
+
+void CheckCall(const CommandLine& line) {
+    if (line.sql || !line.sqlFile.empty())
+        throw std::invalid_argument("--procedure and --function take no SQL");
+    if (line.explain)
+        throw std::invalid_argument("--explain goes with SQL and scripts, not with calls");
+}
+
+void CheckInput(const CommandLine& line) {
     if (!line.readFile.empty()) {
-        if (!line.connection.empty() || !line.sqlFile.empty() || line.parameters.GetParameterCount() > 0)
+        if (!line.connection.empty() || !line.sqlFile.empty() || !line.parameterWords.empty() ||
+            line.IsCall() || AsksTheServer(line))
             throw std::invalid_argument("--read loads a file and takes no CONNECTION and no SQL");
     } else if (line.connection.empty()) {
         throw std::invalid_argument("CONNECTION is missing, such as sqlite:FILE");
     }
+    if (!line.user.empty() && line.connection.compare(0, 7, "sqlite:") == 0)
+        throw std::invalid_argument("--user: SQLite databases have no users");
     if (line.sql && !line.sqlFile.empty())
         throw std::invalid_argument("SQL is given twice: as an argument and by -f " + line.sqlFile);
+}
+
+void Check(const CommandLine& line) {
+    if (line.listDrivers || line.listOptions)
+        return CheckLists(line);
+    if (line.split)
+        return CheckSplit(line);
+    if (line.dialect != nullptr)
+        throw std::invalid_argument("--dialect goes with --split; a run takes the dialect of its server");
+    CheckInput(line);
+    if (line.IsCall())
+        CheckCall(line);
     if (!line.separator.empty() && !line.IsScript())
         throw std::invalid_argument("--separator goes with a script (-f or standard input, without --param)");
     if (line.delimiter && !line.format.empty() && line.format != "delimited")
@@ -276,6 +375,27 @@ std::vector<SortTerm> ParseSort(const std::string& text) {
     return terms;
 }
 
+namespace {
+
+// The words behind the program's name, last first as CLI11 takes them. --server-output gets its value by "=":
+// a number behind it belongs to it, and what else follows does not, or the CONNECTION would be taken for it.
+std::vector<std::string> WordsOf(int argc, const char* const* argv) {
+    std::vector<std::string> words;
+    for (int i = 1; i < argc; ++i) {
+        std::string word = argv[i];
+        if (word == "--server-output") {
+            const std::string next = i + 1 < argc ? argv[i + 1] : "";
+            const bool isNumber = !next.empty() && next.find_first_not_of("0123456789") == std::string::npos;
+            word += "=" + (isNumber ? next : "0");
+            i += isNumber ? 1 : 0;
+        }
+        words.push_back(std::move(word));
+    }
+    return {words.rbegin(), words.rend()};
+}
+
+}  // namespace
+
 std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, int& exitCode) {
     CLI::App app(HelpDescription(), "qxsql");
     app.footer(HelpFooter());
@@ -283,11 +403,12 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, i
     CommandLine line;
     RawTexts raw;
     DeclareInput(app, line, raw);
+    DeclareServer(app, line, raw);
     DeclareParameters(app, raw);
     DeclareScripts(app, line, raw);
     DeclareOutput(app, line, raw);
     try {
-        app.parse(argc, argv);
+        app.parse(WordsOf(argc, argv));
         Interpret(raw, app.count("SQL") > 0, line);
         Check(line);
     } catch (const CLI::ParseError& error) {

@@ -9,6 +9,7 @@
 
 #include "params/parameter_list.h"
 #include "tools/qxsql/dialects.h"
+#include "tools/qxsql/statement_parameters.h"
 
 namespace qxsql {
 
@@ -29,11 +30,22 @@ struct SortTerm {
     bool ascending = true;
 };
 
+// What is called by its name instead of SQL.
+enum class CallKind { None, Procedure, Function };
+
 struct CommandLine {
     std::string connection;
+    std::string user;                 // the password never stands on the command line
+    const Dialect* family = nullptr;  // of --dbtype; null: as the driver finds the server
     std::optional<std::string> sql;
     std::string sqlFile;
     bool create = false;
+    CallKind call = CallKind::None;
+    std::string callName;
+
+    // What is shown instead of running anything.
+    bool listDrivers = false;
+    bool listOptions = false;
 
     // Of scripts: what comes by -f or from standard input.
     std::string separator;  // empty: the usual one of the server
@@ -42,7 +54,8 @@ struct CommandLine {
     bool verbose = false;
     bool progress = false;
 
-    qxdbsqlengine::ParameterList parameters;
+    std::vector<ParameterWord> parameterWords;  // for a call, whose parameters the server describes
+    qxdbsqlengine::ParameterList parameters;    // of a statement
     std::optional<std::chrono::milliseconds> timeout;
 
     std::string outputFile;
@@ -60,13 +73,17 @@ struct CommandLine {
     int maxErrors = 0;
     bool asStrings = false;
     std::vector<std::pair<unsigned int, std::string>> options;
+    bool explain = false;
+    bool statistics = false;
+    std::optional<int> serverOutput;  // bytes of its buffer, 0: the server's choice
     bool table = false;
     bool timing = false;
     bool quiet = false;
 
+    bool IsCall() const { return call != CallKind::None; }
     // What comes by -f or from standard input is split into its statements, unless parameters make it one
     // statement.
-    bool IsScript() const { return !sql && parameters.GetParameterCount() == 0; }
+    bool IsScript() const { return !sql && !IsCall() && parameterWords.empty(); }
 };
 
 // Parses the arguments. Prints help, or what is wrong, itself; the result is then empty and `exitCode` says

@@ -14,8 +14,4 @@ ConnectionText ParseConnectionText(const std::string& text) {
     return {text.substr(0, colon), text.substr(colon + 1)};
 }
 
-qxdb::DBTYPE ServerTypeOf(const std::string& driver) {
-    return driver == "sqlite" ? qxdb::DBTYPE_SQLITE : qxdb::DBTYPE_OTHER;
-}
-
 }  // namespace qxsql

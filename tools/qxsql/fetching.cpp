@@ -1,23 +1,23 @@
 #include "tools/qxsql/fetching.h"
 
-#include <charconv>
 #include <fstream>
 #include <iostream>
 #include <iterator>
-#include <map>
 #include <memory>
 #include <stdexcept>
 
 #include "engine/director.h"
-#include "platform/os/variant.h"
 #include "request/sql_request.h"
+#include "tools/qxsql/call_parameters.h"
 #include "tools/qxsql/file_failure.h"
 #include "tools/qxsql/interrupt.h"
 #include "tools/qxsql/messages.h"
+#include "tools/qxsql/password.h"
 #include "tools/qxsql/presenter.h"
 #include "tools/qxsql/run_loop.h"
 #include "tools/qxsql/run_watcher.h"
 #include "tools/qxsql/script_input.h"
+#include "tools/qxsql/server_options.h"
 #include "tools/qxsql/statement_parameters.h"
 #include "tools/qxsql/tool_connection.h"
 
@@ -29,34 +29,6 @@ using qxdbsqlengine::SmartPtr;
 using qxdbsqlengine::SQLRequest;
 
 namespace {
-
-using OptionMap = std::map<unsigned int, _variant_t>;
-
-// The option that carries the error limit. Being there it also keeps the map from being empty: a run with no
-// options at all resets the row and error limits, and those of the command line must hold.
-constexpr unsigned int MaxErrorCountOption = 50147;
-
-// A whole number travels as a number, on/off/true/false as a bool, everything else as text.
-_variant_t OptionValue(const std::string& text) {
-    int number = 0;
-    const char* const end = text.data() + text.size();
-    const std::from_chars_result parsed = std::from_chars(text.data(), end, number);
-    if (!text.empty() && parsed.ec == std::errc() && parsed.ptr == end)
-        return _variant_t(number, VT_I4);
-    if (text == "on" || text == "true")
-        return _variant_t(true);
-    if (text == "off" || text == "false")
-        return _variant_t(false);
-    return _variant_t(text.c_str());
-}
-
-OptionMap Options(const CommandLine& line) {
-    OptionMap options;
-    options[MaxErrorCountOption] = _variant_t(line.maxErrors, VT_I4);
-    for (const auto& [id, value] : line.options)
-        options[id] = OptionValue(value);
-    return options;
-}
 
 // The one statement of the command line, when it is no script.
 std::string ReadStatement(const CommandLine& line) {
@@ -75,7 +47,7 @@ class NoConnection {};
 
 std::unique_ptr<ToolConnection> Connect(const CommandLine& line) {
     try {
-        return std::make_unique<ToolConnection>(line);
+        return std::make_unique<ToolConnection>(line, line.user.empty() ? "" : FindPassword(line.user));
     } catch (const Errors& errors) {
         PrintErrors(errors);
         throw NoConnection();
@@ -85,18 +57,21 @@ std::unique_ptr<ToolConnection> Connect(const CommandLine& line) {
 // One run over a connection, from its start to what the user is told at its end.
 class Run {
   public:
-    // `scriptName`: empty when it is none.
+    // `scriptName`: empty when it is none. Throws std::invalid_argument for what the server does not have.
     Run(const CommandLine& commandLine, std::unique_ptr<ToolConnection> opened, const std::string& scriptName)
         : line(commandLine),
           connection(*opened),
           connectionHandle(opened.release()),
-          director(connection.Definition(), connectionHandle, Options(line), OptionMap(), nullptr,
+          options(MakeQueryOptions(line, connection.ServerType(), connection.ServerVersion())),
+          director(connection.Definition(), connectionHandle, options.current, options.defaults, nullptr,
                    line.separator, true),
           requestHandle(director.GetRequest()),
           request(dynamic_cast<SQLRequest&>(*Loki::GetImplRef(requestHandle))),
           presenter(line, director.GetDataStorage(), scriptName),
           loop(director, watcher, presenter) {
         watcher.Watch(director);
+        CheckPlans(line, connection.ServerType());
+        director.SetDoExplainPlan(line.explain);
         director.SetBindAsStrings(line.asStrings);
         request.SetMaxRowCount(line.maxRows);
         request.SetMaxErrorCount(line.maxErrors);
@@ -117,6 +92,17 @@ class Run {
         }
         request.SetSQL(sql, SQLRequest::RequestSQL, false, false);
         BindParameters(sql);
+        director.Execute();
+    }
+
+    void StartCall() {
+        const SQLRequest::RequestType type =
+            line.call == CallKind::Function ? SQLRequest::RequestFunction : SQLRequest::RequestProcedure;
+        const qxdbsqlengine::ParameterList parameters =
+            MatchCallParameters(line.parameterWords, DescribeCall(line, connection.GetConnection()));
+        request.SetSQL(line.callName, type, false, false);
+        director.SetDoPrepare(true);
+        director.SetParameters(parameters);
         director.Execute();
     }
 
@@ -166,6 +152,7 @@ class Run {
     const CommandLine& line;
     ToolConnection& connection;
     const SmartPtr<ConnectionRequestCallback> connectionHandle;
+    const QueryOptions options;
     RunWatcher watcher;
     CSingleRequestDirector director;
     qxdbsqlengine::RequestPtr requestHandle;
@@ -183,6 +170,13 @@ int RunScript(const CommandLine& line) {
     return run.FollowToEnd();
 }
 
+int RunCall(const CommandLine& line) {
+    Run run(line, Connect(line), "");
+    ArmInterrupt();
+    run.StartCall();
+    return run.FollowToEnd();
+}
+
 int RunStatement(const CommandLine& line) {
     const std::string sql = ReadStatement(line);
     Run run(line, Connect(line), "");
@@ -195,12 +189,39 @@ int RunStatement(const CommandLine& line) {
 
 int RunOnConnection(const CommandLine& line) {
     try {
+        if (line.IsCall())
+            return RunCall(line);
         return line.IsScript() ? RunScript(line) : RunStatement(line);
     } catch (const NoConnection&) {
         return ExitNoConnection;
+    } catch (const PromptInterrupted& ended) {
+        std::cerr << ended.what() << '\n';
+        return ExitInterrupted;
     } catch (const Errors& errors) {
         PrintErrors(errors);
         return ExitServerError;
+    } catch (const std::invalid_argument& error) {
+        std::cerr << error.what() << '\n';
+        return ExitUsage;
+    }
+}
+
+int ListOptions(const CommandLine& line) {
+    // Without a server to ask: those of the family's newest release.
+    constexpr double newest = 1e6;
+    try {
+        if (line.connection.empty()) {
+            PrintOptions(std::cout, line.family->server, newest);
+            return ExitDone;
+        }
+        const std::unique_ptr<ToolConnection> connection = Connect(line);
+        PrintOptions(std::cout, connection->ServerType(), connection->ServerVersion());
+        return ExitDone;
+    } catch (const NoConnection&) {
+        return ExitNoConnection;
+    } catch (const PromptInterrupted& ended) {
+        std::cerr << ended.what() << '\n';
+        return ExitInterrupted;
     } catch (const std::invalid_argument& error) {
         std::cerr << error.what() << '\n';
         return ExitUsage;

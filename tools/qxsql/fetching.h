@@ -9,6 +9,9 @@ namespace qxsql {
 // Throws FileFailure.
 int RunOnConnection(const CommandLine& line);
 
+// --options: prints the query options of the server, or of the family without one. Returns the exit code.
+int ListOptions(const CommandLine& line);
+
 // Loads the file of --read, sorts it as asked, and shows or exports it.
 int RunRead(const CommandLine& line);
 

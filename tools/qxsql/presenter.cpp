@@ -6,12 +6,14 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "tools/qxsql/output_values.h"
 #include "tools/qxsql/sorting.h"
 #include "tools/qxsql/terminal.h"
 
 namespace qxsql {
 
 using qxdbsqlengine::ResultSetMessage;
+using qxdbsqlengine::ResultSetParameter;
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -71,6 +73,8 @@ void Presenter::ResultBegins(int resultSet, qxdbsqlengine::ResultSetType type) {
         messages.Begin();
         return;
     }
+    if (type == ResultSetParameter)
+        return;
     ++resultCount;
     openWanted = IsWanted();
     if (!openWanted)
@@ -92,7 +96,7 @@ void Presenter::PrintTable(int end) {
 }
 
 void Presenter::Look(long long bytesDone, long long bytes) {
-    const bool inRows = open >= 0 && openType != ResultSetMessage;
+    const bool inRows = open >= 0 && openType != ResultSetMessage && openType != ResultSetParameter;
     const int count = inRows ? store->GetNumberOfRows(open) : 0;
     if (count > 0)
         FirstRowSeen();
@@ -113,6 +117,11 @@ void Presenter::ResultEnds(int resultSet) {
     }
     progress.Wipe();
     const int count = store->GetNumberOfRows(resultSet);
+    if (openType == ResultSetParameter) {
+        if (count > 0)
+            ShowOutputValues(resultSet);
+        return;
+    }
     if (count > 0)
         FirstRowSeen();
     rows += count;
@@ -127,16 +136,26 @@ void Presenter::ResultEnds(int resultSet) {
     SortResult(*store, resultSet, line.sort);
     if (table) {
         PrintTable(count);
+        printed = true;
         if (!line.quiet)
             std::cerr << '(' << GroupedNumber(count) << (count == 1 ? " row)\n" : " rows)\n");
         table.reset();
     } else if (line.outputFile.empty()) {
         // Result sets are parted by one empty line, as they are in a file.
-        if (shown.size() > 1)
+        if (printed)
             std::cout << "\r\n";
+        printed = true;
         if (!WriteToStream(line, store, resultSet, std::cout))
             exitCode = ExitFile;
     }
+}
+
+// On standard output also when results go to a file, which holds nothing but results.
+void Presenter::ShowOutputValues(int resultSet) {
+    if (printed)
+        std::cout << (onScreen ? "\n" : "\r\n");
+    printed = true;
+    PrintOutputValues(std::cout, *store, resultSet, IsTerminal(STDOUT_FILENO));
 }
 
 void Presenter::ErrorArrived(const Errors& errors) {

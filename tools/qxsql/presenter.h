@@ -44,6 +44,7 @@ class Presenter {
     void ErrorArrived(const Errors& errors);
     void ItemEnds(const RunEvent& event);
     bool ReadMessages(int resultSet, int end);
+    void ShowOutputValues(int resultSet);
     bool IsWanted();
     void FirstRowSeen();
     void PrintTable(int end);
@@ -64,6 +65,7 @@ class Presenter {
     int resultCount = 0;  // result sets of rows so far
     int errorCount = 0;   // as the limit of errors counts them
     bool openWanted = false;
+    bool printed = false;  // something to standard output
     long long rows = 0;
     double fetchSeconds = 0;
     int exitCode = ExitDone;

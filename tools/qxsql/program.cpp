@@ -8,6 +8,7 @@
 
 #include "platform/os/file_mapping.h"
 #include "tools/qxsql/command_line.h"
+#include "tools/qxsql/driver_list.h"
 #include "tools/qxsql/fetching.h"
 #include "tools/qxsql/file_failure.h"
 #include "tools/qxsql/splitting.h"
@@ -17,6 +18,12 @@ namespace qxsql {
 namespace {
 
 int Dispatch(const CommandLine& line) {
+    if (line.listDrivers) {
+        PrintDrivers(std::cout);
+        return ExitDone;
+    }
+    if (line.listOptions)
+        return ListOptions(line);
     if (line.split)
         return RunSplit(line);
     return line.readFile.empty() ? RunOnConnection(line) : RunRead(line);

@@ -143,33 +143,10 @@ const struct {
     {"default", Default},
 };
 
-Parameter Read(const std::string& type, const std::string& name, const std::string& value) {
-    for (const auto& one : types) {
-        if (type == one.name || (type.empty() && one.read == FromString))
-            return one.read(name, value);
-    }
-    throw std::invalid_argument("--param-type: \"" + type + "\" is none of " + ParameterTypeNames());
-}
-
 bool IsNameByte(char c, bool first) {
     const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c & 0x80) != 0;
     const bool sign = c == '_' || c == '@' || c == '$' || c == '#';
     return letter || sign || (!first && ((c >= '0' && c <= '9') || c == '.'));
-}
-
-// Name and value; the name is empty where there is none.
-std::pair<std::string, std::string> PartAtEquals(const std::string& text) {
-    const std::string::size_type equals = text.find('=');
-    if (equals == std::string::npos)
-        return {"", text};
-    const std::string::size_type begin = text[0] == ':' ? 1 : 0;
-    for (std::string::size_type i = begin; i < equals; ++i) {
-        if (!IsNameByte(text[i], i == begin))
-            return {"", text};
-    }
-    if (equals == begin && begin == 1)  // ":=" is no name
-        return {"", text};
-    return {text.substr(begin, equals - begin), text.substr(equals + 1)};
 }
 
 // "a, b", or "none". Throws std::invalid_argument when they have no names.
@@ -215,12 +192,39 @@ std::string ParameterTypeNames() {
     return names;
 }
 
+NameAndValue PartWord(const ParameterWord& word) {
+    const std::string& text = word.text;
+    const std::string::size_type begin = !text.empty() && text[0] == ':' ? 1 : 0;
+    if (word.isOutput)
+        return {text == "?" ? "" : text.substr(begin), ""};
+    const std::string::size_type equals = text.find('=');
+    if (equals == std::string::npos)
+        return {"", text};
+    for (std::string::size_type i = begin; i < equals; ++i) {
+        if (!IsNameByte(text[i], i == begin))
+            return {"", text};
+    }
+    if (equals == begin && begin == 1)  // ":=" is no name
+        return {"", text};
+    return {text.substr(begin, equals - begin), text.substr(equals + 1)};
+}
+
+Parameter ReadParameter(const std::string& type, const std::string& name, const std::string& value) {
+    for (const auto& one : types) {
+        if (type == one.name || (type.empty() && one.read == FromString))
+            return one.read(name, value);
+    }
+    throw std::invalid_argument("--param-type: \"" + type + "\" is none of " + ParameterTypeNames());
+}
+
 ParameterList ReadParameters(const std::vector<ParameterWord>& words) {
     ParameterList parameters;
     bool named = false;
     for (const ParameterWord& word : words) {
-        const auto [name, value] = PartAtEquals(word.text);
-        const Parameter parameter = Read(word.type, name, value);
+        if (word.isOutput)
+            throw std::invalid_argument("--param-out goes with --procedure and --function");
+        const auto [name, value] = PartWord(word);
+        const Parameter parameter = ReadParameter(word.type, name, value);
         if (parameters.GetParameterCount() == 0 && !name.empty()) {
             named = true;
             parameters.SetBindMethod(ParameterList::BindByName);

@@ -8,26 +8,40 @@ namespace qxsql {
 
 namespace {
 
-qxdb::ConnectionDef DefinitionOf(const CommandLine& line) {
+qxdb::ConnectionDef DefinitionOf(const CommandLine& line, const std::string& password) {
     const ConnectionText text = ParseConnectionText(line.connection);
-    return qxdb::ConnectionDef(ServerTypeOf(text.driver), text.dataSource, "", "", text.driver,
+    return qxdb::ConnectionDef(line.family == nullptr ? qxdb::DBTYPE_UNSET : line.family->server,
+                               text.dataSource, line.user, password, text.driver,
                                line.create ? "create" : "");
 }
 
 }  // namespace
 
-ToolConnection::ToolConnection(const CommandLine& line)
-    : SingleConnection(DefinitionOf(line)), text(line.connection) {}
+ToolConnection::ToolConnection(const CommandLine& line, const std::string& userPassword)
+    : SingleConnection(DefinitionOf(line, userPassword)),
+      text(line.connection),
+      user(line.user),
+      password(userPassword),
+      family(line.family) {}
 
 qxdbsqlengine::ServerIdentifier ToolConnection::GetServerIdentifier(char const*, bool) {
     return qxdbsqlengine::ServerIdentifier(text);
 }
 
+qxdb::DBTYPE ToolConnection::ServerType() {
+    if (family != nullptr)
+        return family->server;
+    const qxdb::DBTYPE found = GetConnection().GetServerType();
+    return found == qxdb::DBTYPE_UNSET ? qxdb::DBTYPE_OTHER : found;
+}
+
+double ToolConnection::ServerVersion() {
+    return std::max(0.0, GetConnection().GetServerVersionNumber());
+}
+
 qxdbsrd::ConnectionDefElement ToolConnection::Definition() {
-    const ConnectionText parts = ParseConnectionText(text);
-    // No script starts for a version below 0, which stands for one that nobody has asked for.
-    const double version = std::max(0.0, GetConnection().GetServerVersionNumber());
-    return qxdbsrd::ConnectionDefElement(ServerTypeOf(parts.driver), parts.dataSource, version, "", "");
+    return qxdbsrd::ConnectionDefElement(ServerType(), ParseConnectionText(text).dataSource, ServerVersion(),
+                                         user, password);
 }
 
 }  // namespace qxsql
