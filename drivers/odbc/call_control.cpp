@@ -39,7 +39,7 @@ CallControl::Call::Call(CallControl& owner) : control(owner) {
 
 CallControl::Call::~Call() {
     {
-        // Waits for a SQLCancel under way, which so never hits the next call.
+        // Waits for an interruption under way, which so never hits the next call.
         const std::lock_guard<std::mutex> guard(control.lock);
         control.inCall = false;
     }
@@ -56,7 +56,7 @@ void CallControl::Cancel() noexcept {
         const unsigned long number = callNumber;
         const auto hasEnded = [&] { return !inCall || callNumber != number; };
         for (int i = 0; i < cancelTries && !hasEnded(); ++i) {
-            SQLCancel(statement);
+            interrupt();
             callEnded.wait_for(guard, cancelInterval, hasEnded);
         }
     } catch (...) {

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 
 #include "drivers/odbc/odbc_api.h"
@@ -15,7 +16,11 @@ namespace qxdrivers::odbc {
 // the cursor.
 class CallControl {
   public:
-    explicit CallControl(SQLHSTMT handle) : statement(handle) {}
+    // Ends the call that the server or the driver is busy with, without touching what the thread of the
+    // statement uses. Any thread; must not throw.
+    using Interrupt = std::function<void()>;
+
+    explicit CallControl(Interrupt interruptCall) : interrupt(std::move(interruptCall)) {}
     CallControl(const CallControl&) = delete;
     CallControl& operator=(const CallControl&) = delete;
 
@@ -43,7 +48,7 @@ class CallControl {
     void Cancel() noexcept;
 
   private:
-    const SQLHSTMT statement;
+    const Interrupt interrupt;
     std::mutex lock;
     std::condition_variable callEnded;
     bool active = false;           // under lock

@@ -54,7 +54,9 @@
 // when the statement is at its end. Failures are Errors with the server's code, text and SQL state; line and
 // position are those that the text has, or of the piece of SQL that it quotes when that stands there once.
 //
-// Cancel: from any thread; the call under way is ended by SQLCancel, which is sent again until it has worked.
+// Cancel: from any thread; the call under way is ended by SQLCancel, on MySQL by KILL QUERY from a connection
+// of its own, again until it has worked. A driver manager that lets one call at a time into the driver
+// ("Threading=3" in odbcinst.ini) makes the cancel wait for the call instead.
 //
 // LOB locators find the row by its primary key, or a unique index, among the cells of the row.
 #pragma once

@@ -61,7 +61,7 @@ ParameterBuffers::ParameterBuffers(std::shared_ptr<StatementCore> owner, const s
         buffer.isOutput = slot.IsOutput() && !uses[i].asInput;
         buffer.direction = buffer.isOutput ? OdbcDirection(slot.direction) : SQL_PARAM_INPUT;
         Fill(buffer, slot.IsInput() ? slot.Current() : ParameterValue());
-        if (slot.description.native.sqlType != SQL_UNKNOWN_TYPE) {
+        if (slot.description.native.sqlType != SQL_UNKNOWN_TYPE && !IsTextOfTime(slot)) {
             buffer.sqlType = slot.description.native.sqlType;
         }
         if (buffer.isOutput) {
@@ -77,6 +77,13 @@ ParameterBuffers::ParameterBuffers(std::shared_ptr<StatementCore> owner, const s
 
 ParameterBuffers::~ParameterBuffers() {
     SQLFreeStmt(core->Raw(), SQL_RESET_PARAMS);
+}
+
+// MySQL's driver would look at the text of a time, and knows neither spans of time nor dates of zeros.
+bool ParameterBuffers::IsTextOfTime(const ParameterSlot& slot) const {
+    const SQLSMALLINT type = slot.description.native.sqlType;
+    return core->Traits().family == Family::MySQL &&
+           (type == SQL_TYPE_DATE || type == SQL_TYPE_TIME || type == SQL_TYPE_TIMESTAMP);
 }
 
 void ParameterBuffers::Fill(Buffer& buffer, const ParameterValue& value) const {

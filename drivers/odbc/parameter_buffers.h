@@ -45,6 +45,7 @@ class ParameterBuffers {
         SQLLEN indicator = SQL_NULL_DATA;
     };
 
+    bool IsTextOfTime(const ParameterSlot& slot) const;
     void Fill(Buffer& buffer, const ParameterValue& value) const;
     void FillText(Buffer& buffer, const std::string& text, SQLSMALLINT defaultType, bool plainAscii) const;
     void FillTime(Buffer& buffer, const qxdb::Timestamp& time) const;

@@ -63,7 +63,7 @@ struct CatalogRow {
     ProcedureParameter parameter;
 };
 
-CatalogRow ReadRow(SQLHSTMT statement, const ServerTraits& traits) {
+CatalogRow ReadRow(SQLHSTMT statement) {
     CatalogRow row;
     const std::string catalog = ReadCatalogText(statement, ColumnCatalog).value_or("");
     row.owner = catalog + '\n' + ReadCatalogText(statement, ColumnSchema).value_or("");
@@ -76,10 +76,7 @@ CatalogRow ReadRow(SQLHSTMT statement, const ServerTraits& traits) {
     native.typeName = ReadCatalogText(statement, ColumnTypeName).value_or("");
     native.size = static_cast<SQLULEN>(std::max<__int64>(ReadCatalogNumber(statement, ColumnSize, 0), 0));
     native.isUnsigned = native.typeName.find("unsigned") != std::string::npos;
-    // MySQL's driver does not tell the digits of a second here.
-    const bool isTime = native.sqlType == SQL_TYPE_TIMESTAMP || native.sqlType == SQL_TYPE_TIME;
-    const __int64 unknownDigits = isTime && traits.family == Family::MySQL ? 6 : 0;
-    native.digits = static_cast<SQLSMALLINT>(ReadCatalogNumber(statement, ColumnDigits, unknownDigits));
+    native.digits = static_cast<SQLSMALLINT>(ReadCatalogNumber(statement, ColumnDigits, 0));
     row.ordinal = ReadCatalogNumber(statement, ColumnOrdinal, 0);
     return row;
 }
@@ -99,13 +96,51 @@ std::vector<CatalogRow> ReadCatalog(Session& session, const NameParts& name) {
     }
     std::vector<CatalogRow> rows;
     while (SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
-        CatalogRow row = ReadRow(statement.Raw(), session.Traits());
+        CatalogRow row = ReadRow(statement.Raw());
         // The name is a pattern to the catalog, and "_" matches any character there.
         if (row.procedure == name.procedure) {
             rows.push_back(std::move(row));
         }
     }
     return rows;
+}
+
+// What MySQL's driver leaves out of the catalog: signs and the digits of a second. `type` is as declared,
+// such as "int(10) unsigned" or "datetime(3)".
+void TakeDeclaredType(const std::string& type, NativeType& native) {
+    native.isUnsigned = type.find("unsigned") != std::string::npos;
+    if (native.sqlType == SQL_TYPE_TIMESTAMP || native.sqlType == SQL_TYPE_TIME) {
+        const std::size_t open = type.find('(');
+        native.digits =
+            open == std::string::npos ? SQLSMALLINT{0} : static_cast<SQLSMALLINT>(type[open + 1] - '0');
+    }
+}
+
+// Servers that don't tell leave the parameters as the driver told them.
+void TakeDeclaredTypes(Session& session, const NameParts& name, std::vector<CatalogRow>& rows) {
+    if (session.Traits().family != Family::MySQL || rows.empty()) {
+        return;
+    }
+    const StatementHandle statement(session.Raw());
+    WideText sql = ToWide(
+        "SELECT ORDINAL_POSITION, COALESCE(PARAMETER_NAME, ''), DTD_IDENTIFIER FROM "
+        "INFORMATION_SCHEMA.PARAMETERS "
+        "WHERE SPECIFIC_SCHEMA = " +
+        QuoteLiteral(name.catalog, session.Traits()) +
+        " AND SPECIFIC_NAME = " + QuoteLiteral(name.procedure, session.Traits()));
+    if (!SQL_SUCCEEDED(SQLExecDirectW(statement.Raw(), sql.data(), static_cast<SQLINTEGER>(sql.size())))) {
+        return;
+    }
+    while (SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
+        const __int64 ordinal = ReadCatalogNumber(statement.Raw(), 1, -1);
+        const std::string parameter = ReadCatalogText(statement.Raw(), 2).value_or("");
+        const std::string type = ReadCatalogText(statement.Raw(), 3).value_or("");
+        for (CatalogRow& row : rows) {
+            if (row.ordinal == ordinal && row.parameter.name == parameter) {
+                TakeDeclaredType(type, row.parameter.native);
+            }
+        }
+    }
 }
 
 bool AddParameter(const CatalogRow& row, ProcedureInfo& info) {
@@ -150,6 +185,22 @@ std::vector<ProcedureInfo> Group(const std::vector<CatalogRow>& rows) {
         }
     }
     return procedures;
+}
+
+// The caller may count the return value among the parameters, or not: what fits without it comes first.
+ProcedureInfo Select(const std::vector<ProcedureInfo>& procedures, unsigned int parameterCount) {
+    for (const bool countsReturnValue : {false, true}) {
+        const auto fits = [&](const ProcedureInfo& candidate) {
+            const auto count = static_cast<unsigned int>(candidate.parameters.size());
+            const bool returns = count > 0 && candidate.parameters.front().isReturnValue;
+            return count == parameterCount + (returns && !countsReturnValue ? 1 : 0);
+        };
+        const auto match = std::find_if(procedures.begin(), procedures.end(), fits);
+        if (match != procedures.end()) {
+            return *match;
+        }
+    }
+    return procedures.front();
 }
 
 // Of a procedure without parameters the catalog of columns knows nothing.
@@ -201,16 +252,12 @@ ProcedureInfo FindProcedure(Session& session, const std::string& name, unsigned 
     if (parts.procedure.empty()) {
         return ProcedureInfo();
     }
-    const std::vector<ProcedureInfo> procedures = Group(ReadCatalog(session, parts));
+    std::vector<CatalogRow> rows = ReadCatalog(session, parts);
+    TakeDeclaredTypes(session, parts, rows);
+    const std::vector<ProcedureInfo> procedures = Group(rows);
     ProcedureInfo info;
     if (!procedures.empty()) {
-        const auto fits = [&](const ProcedureInfo& candidate) {
-            const auto count = static_cast<unsigned int>(candidate.parameters.size());
-            const bool returns = count > 0 && candidate.parameters.front().isReturnValue;
-            return count == parameterCount || (returns && count == parameterCount + 1);
-        };
-        const auto match = std::find_if(procedures.begin(), procedures.end(), fits);
-        info = match == procedures.end() ? procedures.front() : *match;
+        info = Select(procedures, parameterCount);
     }
     bool isFunction = false;
     const bool isListed = IsListed(session, parts, isFunction);

@@ -26,8 +26,8 @@ struct ProcedureInfo {
 
 // Looks a procedure up by its name, which may have the schema (on MySQL the database) in front and may stand
 // in the server's quotes. Of several of one name, in the order of the catalog: the first with
-// `parameterCount` parameters, return value or not; else the first. Throws Errors when the catalog can't be
-// read.
+// `parameterCount` parameters besides a return value; else the first with as many including it; else the
+// first. Throws Errors when the catalog can't be read.
 ProcedureInfo FindProcedure(Session& session, const std::string& name, unsigned int parameterCount);
 
 }  // namespace qxdrivers::odbc

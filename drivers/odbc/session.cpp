@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <cstring>
 
+#include "drivers/odbc/catalog_text.h"
 #include "drivers/odbc/wide_text.h"
 
 namespace qxdrivers::odbc {
 
 namespace {
+
+constexpr unsigned int killConnectSeconds = 5;
 
 SQLUINTEGER NumberInformation(SQLHDBC connection, SQLUSMALLINT item) {
     SQLUINTEGER value = 0;
@@ -35,12 +38,13 @@ std::shared_ptr<Session> Session::Open(const qxdb::ConnectionDef& definition) {
     const std::string text = CompleteConnectionText(definition);
     std::shared_ptr<Session> session(new Session(DriverOptions::Parse(definition.GetOptions())));
     session->handle.Connect(text, session->options.connectTimeoutSeconds);
+    session->connectionText = text;
     session->LearnTraits(text, definition.GetType());
     return session;
 }
 
-void Session::LearnTraits(const std::string& connectionText, qxdb::DBTYPE givenType) {
-    const ConnectionText text = ConnectionText::Parse(connectionText);
+void Session::LearnTraits(const std::string& givenText, qxdb::DBTYPE givenType) {
+    const ConnectionText text = ConnectionText::Parse(givenText);
     const std::string product = Information(SQL_DBMS_NAME);
     const std::string driver = Information(SQL_DRIVER_NAME);
     traits.family = FamilyOf(product);
@@ -61,6 +65,7 @@ void Session::LearnTraits(const std::string& connectionText, qxdb::DBTYPE givenT
         traits.narrowText = text.Get("CHARSET") == "utf8mb4";
         traits.asksForWarnings = options.asksForWarnings;
         traits.zeroDatesTold = ZeroDatesAreTold();
+        serverThread = QueryNumber("SELECT CONNECTION_ID()");
     }
     traits.serverCursors = Contains(driver, "psqlodbc") && !text.Has("UseDeclareFetch");
     unicode = traits.narrowText || KnowsWideText(Raw());
@@ -133,6 +138,38 @@ void Session::RunSilently(const std::string& sql) {
     if (!SQL_SUCCEEDED(code) && code != SQL_NO_DATA) {
         throw ReadErrors({SQL_HANDLE_STMT, statement.Raw()}, "SQLExecDirect", {traits.family, nullptr});
     }
+}
+
+// The drivers of MySQL close the statement, under the thread that uses it, whenever they find no answer of
+// the server under way at that moment.
+void Session::Interrupt(SQLHSTMT statement) const noexcept {
+    if (serverThread == 0) {
+        SQLCancel(statement);
+        return;
+    }
+    try {
+        KillQuery();
+    } catch (...) {
+        // No second connection: the statement runs to its end.
+    }
+}
+
+// On a connection that does nothing the server drops the request.
+void Session::KillQuery() const {
+    ConnectionHandle killer;
+    killer.Connect(connectionText, killConnectSeconds);
+    const StatementHandle statement(killer.Raw());
+    WideText sql = ToWide("KILL QUERY " + std::to_string(serverThread));
+    SQLExecDirectW(statement.Raw(), sql.data(), static_cast<SQLINTEGER>(sql.size()));
+}
+
+__int64 Session::QueryNumber(const char* sql) const {
+    const StatementHandle statement(Raw());
+    WideText wide = ToWide(sql);
+    const bool read =
+        SQL_SUCCEEDED(SQLExecDirectW(statement.Raw(), wide.data(), static_cast<SQLINTEGER>(wide.size()))) &&
+        SQL_SUCCEEDED(SQLFetch(statement.Raw()));
+    return read ? ReadCatalogNumber(statement.Raw(), 1, 0) : 0;
 }
 
 void Session::Report(HandleRef source, const std::string* sql) {

@@ -8,6 +8,7 @@
 #include "drivers/odbc/diagnostics.h"
 #include "drivers/odbc/handles.h"
 #include "drivers/odbc/server_traits.h"
+#include "platform/int64.h"
 #include "platform/qxdb/callback.h"
 
 namespace qxdrivers::odbc {
@@ -36,14 +37,17 @@ class Session {
     // Runs a statement of the driver's own, without the user's limits and messages. Throws Errors.
     void RunSilently(const std::string& sql);
 
+    // Ends what a statement of this connection is doing. Any thread.
+    void Interrupt(SQLHSTMT statement) const noexcept;
+
     // Hands the messages of a call that succeeded to the receiver, if there is one.
     void Report(HandleRef source, const std::string* sql);
     void Report(const qxdb::RawMessage& message);
 
     qxdb::Callback* callback = nullptr;  // not owned
     std::string timestampFormat;         // of date and time together; empty for the columns' own
-    // MySQL keeps the warnings of a statement until another one uses a table; true while there are such that
-    // were reported.
+    // MySQL keeps the warnings of a statement until another one uses a table; true while there may be such
+    // that were reported, or that were a failure.
     bool warningsAreStale = false;
     // A second result that is read at the same time does without a cursor on the server.
     bool hasServerCursor = false;
@@ -51,10 +55,15 @@ class Session {
   private:
     explicit Session(const DriverOptions& driverOptions);
     std::string Information(SQLUSMALLINT item) const;
-    void LearnTraits(const std::string& connectionText, qxdb::DBTYPE givenType);
+    void LearnTraits(const std::string& givenText, qxdb::DBTYPE givenType);
     bool ZeroDatesAreTold();
+    void KillQuery() const;
+    // The first cell of the first row of the driver's own query; 0 when there is none.
+    __int64 QueryNumber(const char* sql) const;
 
     ConnectionHandle handle;
+    std::string connectionText;  // to connect with once more
+    __int64 serverThread = 0;    // MySQL's number of this connection; 0: not known
     ServerTraits traits;
     DriverOptions options;
     qxdb::DBTYPE detectedType = qxdb::DBTYPE_OTHER;

@@ -11,6 +11,8 @@ void StatementCore::Look(const char* operation, SQLRETURN code) {
         session->Report(source, sql.get());
         return;
     }
+    // The failure stays among the server's warnings, but it is told here.
+    session->warningsAreStale = true;
     throw ReadErrors(source, operation, Context());
 }
 

@@ -18,7 +18,7 @@ class StatementCore {
     explicit StatementCore(std::shared_ptr<Session> owner)
         : session(std::move(owner)),
           handle(session->Raw()),
-          control(handle.Raw()),
+          control([this] { session->Interrupt(handle.Raw()); }),
           sql(std::make_shared<const std::string>()) {}
     StatementCore(const StatementCore&) = delete;
     StatementCore& operator=(const StatementCore&) = delete;

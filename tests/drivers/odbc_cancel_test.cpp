@@ -133,7 +133,7 @@ TEST(OdbcCancel, AtAnyPoint) {
             }
         });
         int cancelled = 0;
-        for (int i = 0; i < 60; ++i) {
+        for (int i = 0; i < 300; ++i) {
             try {
                 statement.SetStatement(mariadb ? "SELECT seq FROM seq_1_to_2000"
                                                : "SELECT n FROM generate_series(1, 2000) s(n)");
