@@ -137,6 +137,27 @@ TEST_F(DB2HandlerTest, FailingOptionsEndTheRun) {
     EXPECT_THROW(Run("x", {{50473, _variant_t(1L)}}), Errors);
 }
 
+TEST_F(DB2HandlerTest, ThereAreNoStatistics) {
+    qxdb::Connection connection = server.Connect();
+    handler.SetOptionsIDSMap(connection);
+    for (const bool before : {true, false})
+        EXPECT_TRUE(handler.ProcStatistics(connection, {{50287, _variant_t(true)}}, before));
+    EXPECT_TRUE(server.Executed().empty());
+}
+
+TEST_F(DB2HandlerTest, EveryResultOfACommandIsStoredUntilOneFails) {
+    server.SetVersion(9.0);
+    server.Expect("SET CURRENT ISOLATION = UR")
+        .Returns(Rows({IntColumn("A")}, {{1}}))
+        .Returns(Rows({IntColumn("B")}, {{2}, {3}}).FailsAtRow(1, MakeErrors("lost")))
+        .Returns(Rows({IntColumn("C")}, {{4}}));
+    server.Expect("x").Returns(Rows({IntColumn("X")}, {{5}}));
+    EXPECT_TRUE(Run("x", {{50473, _variant_t(1L)}}));
+    EXPECT_EQ(Sets(), (Lines{"0:1", "0:1", "0:1"}));
+    EXPECT_EQ(Column(2), (Lines{"5"}));
+    EXPECT_EQ(calls.LinesOf("OnError"), (Lines{"OnError lost"}));
+}
+
 TEST_F(DB2HandlerTest, ExplainTablesAreLeftAloneWithoutExplain) {
     server.SetVersion(9.0);
     server.Expect("x");

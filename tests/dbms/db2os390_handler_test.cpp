@@ -206,6 +206,29 @@ TEST_F(DB2OS390HandlerTest, TablesCanBeCreated) {
     server.Verify();
 }
 
+TEST_F(DB2OS390HandlerTest, ThereAreNoStatistics) {
+    qxdb::Connection connection = server.Connect();
+    handler.SetOptionsIDSMap(connection);
+    for (const bool before : {true, false})
+        EXPECT_TRUE(handler.ProcStatistics(connection, {{50287, _variant_t(true)}}, before));
+    EXPECT_TRUE(server.Executed().empty());
+}
+
+TEST_F(DB2OS390HandlerTest, EveryPlanIsStoredUntilOneFails) {
+    request.SetDoExplainPlan(true);
+    server.SetVersion(5.0);
+    ExpectCount("PLAN_TABLE", 1);
+    server.Expect(explain);
+    server.Expect(plan)
+        .Returns(PlanRows())
+        .Returns(PlanRows().FailsAtRow(1, MakeErrors("lost")))
+        .Returns(PlanRows());
+    EXPECT_TRUE(Run("x"));
+    EXPECT_EQ(Sets(), (Lines{"5:2", "5:1"}));
+    EXPECT_EQ(calls.LinesOf("OnError"), (Lines{"OnError lost"}));
+    EXPECT_TRUE(request.GetDoExplainPlan());
+}
+
 TEST_F(DB2OS390HandlerTest, FailuresAroundThePlan) {
     request.SetDoExplainPlan(true);
     server.SetVersion(6.0);

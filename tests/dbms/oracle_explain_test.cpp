@@ -131,6 +131,21 @@ TEST_F(OracleExplainTest, TableIsLookedForInTheSchemaOfAnotherUser) {
     EXPECT_TRUE(Run("x"));
 }
 
+TEST_F(OracleExplainTest, CommandsAroundTheTableShowNothing) {
+    userName = "";
+    server.Expect(Disable);
+    server.Expect(ProbeTable).Returns(Rows({IntColumn("C")}, {{0}}));
+    ExpectFailure(ProbeCost);
+    server.Expect("SELECT DISTINCT USER FROM DUAL").Returns(Rows({TextColumn("USER")}, {{"SCOTT"}}));
+    server.Expect("DROP TABLE \"SCOTT\".QUILLHAVEN_EXPLAIN_PLAN").Returns(RowCount(0));
+    server.Expect(createBegin + columnsFrom9 + ")")
+        .Returns(RowCount(0))
+        .Returns(Rows({IntColumn("C")}, {{1}}));
+    ExpectPlanOfX();
+    EXPECT_TRUE(Run("x"));
+    EXPECT_EQ(Sets(), (Lines{"5:2"}));
+}
+
 TEST_F(OracleExplainTest, ProbesReadTheirRows) {
     int fetched = 0;
     server.Expect(Disable);
