@@ -104,6 +104,30 @@ TEST(CommandLine, RefusesWhatMakesNoSense) {
         {"sqlite:a.db", "SELECT ?", "--param-type", "int", "--param-type", "long", "--param", "1"},
         {"sqlite:a.db", "SELECT ?", "--param-type", "number", "--param", "1"},
         {"sqlite:a.db", "SELECT ?", "--param-type", "int", "--param", "x"},
+        {"sqlite:a.db", "SELECT 1", "--user", "me"},
+        {"odbc:a", "SELECT 1", "--dbtype", "postgres"},
+        {"odbc:a", "SELECT 1", "--procedure", "p"},
+        {"odbc:a", "-f", "x.sql", "--function", "f"},
+        {"odbc:a", "--procedure", "p", "--function", "f"},
+        {"odbc:a", "--procedure", "p", "--explain"},
+        {"odbc:a", "--procedure", "p", "--separator", "go"},
+        {"odbc:a", "--procedure", "p", "--param-out", ""},
+        {"odbc:a", "--procedure", "p", "--param-type", "int", "--param-out", "x"},
+        {"--procedure", "p"},
+        {"odbc:a", "SELECT ?", "--param-out", "x"},
+        {"odbc:a", "SELECT 1", "--server-output=x"},
+        {"odbc:a", "SELECT 1", "--server-output=-1"},
+        {"--options"},
+        {"odbc:a", "SELECT 1", "--options"},
+        {"--options", "--dbtype", "oracle", "-f", "x.sql"},
+        {"odbc:a", "--drivers"},
+        {"--drivers", "-f", "x.sql"},
+        {"--drivers", "--options", "--dbtype", "oracle"},
+        {"--read", "a.csv", "--explain"},
+        {"--read", "a.csv", "--user", "me"},
+        {"--read", "a.csv", "--procedure", "p"},
+        {"--read", "a.csv", "--option", "50147=1"},
+        {"--split", "-f", "x.sql", "--dialect", "oracle", "--procedure", "p"},
     };
     for (const auto& arguments : cases) {
         int exitCode = -1;
@@ -188,6 +212,81 @@ TEST(CommandLine, EachTypeGoesWithTheParameterBehindIt) {
     EXPECT_EQ(-5, line->parameters[1].AsInt());
     EXPECT_EQ("", line->parameters[2].AsString());
     EXPECT_EQ("[1,2]", line->parameters[3].AsString());
+}
+
+TEST(CommandLine, TakesTheOptionsOfServers) {
+    int exitCode = -1;
+    const auto line = Parse({"odbc:a", "SELECT 1", "--user", "me", "--dbtype", "db2zos", "--explain",
+                             "--statistics", "--server-output", "--option", "50147=2", "--option", "5=a=b"},
+                            exitCode);
+    ASSERT_TRUE(line);
+    EXPECT_EQ("me", line->user);
+    EXPECT_EQ(qxdb::DBTYPE_DB2OS390, line->family->server);
+    EXPECT_TRUE(line->explain);
+    EXPECT_TRUE(line->statistics);
+    EXPECT_EQ(0, line->serverOutput.value());
+    ASSERT_EQ(2U, line->options.size());
+    EXPECT_EQ(5U, line->options[1].first);
+    EXPECT_EQ("a=b", line->options[1].second);
+    EXPECT_FALSE(line->IsCall());
+
+    const auto plain = Parse({"odbc:a", "SELECT 1"}, exitCode);
+    EXPECT_EQ(nullptr, plain->family);
+    EXPECT_FALSE(plain->explain || plain->statistics || plain->serverOutput);
+    EXPECT_TRUE(Parse({"--drivers"}, exitCode)->listDrivers);
+    EXPECT_TRUE(Parse({"--options", "odbc:a"}, exitCode)->listOptions);
+    EXPECT_TRUE(Parse({"--options", "--dbtype", "oracle"}, exitCode)->listOptions);
+}
+
+// The value may be missing; what is no number behind it is not taken for one.
+TEST(CommandLine, BytesOfTheServersOutput) {
+    const struct {
+        std::vector<const char*> arguments;
+        int bytes;
+    } cases[] = {
+        {{"--server-output", "odbc:a", "SELECT 1"}, 0},
+        {{"--server-output", "20000", "odbc:a", "SELECT 1"}, 20000},
+        {{"--server-output=20000", "odbc:a", "SELECT 1"}, 20000},
+        {{"odbc:a", "--server-output", "SELECT 1"}, 0},
+        {{"odbc:a", "SELECT 1", "--server-output", "1"}, 1},
+        {{"odbc:a", "SELECT 1", "--server-output"}, 0},
+    };
+    for (const auto& one : cases) {
+        int exitCode = -1;
+        const auto line = Parse(one.arguments, exitCode);
+        ASSERT_TRUE(line) << testing::PrintToString(one.arguments);
+        EXPECT_EQ(one.bytes, line->serverOutput.value());
+        EXPECT_EQ("odbc:a", line->connection);
+        EXPECT_EQ("SELECT 1", line->sql.value());
+    }
+}
+
+// Options with one value leave the words behind it alone.
+TEST(CommandLine, ValuesDoNotTakeTheSql) {
+    int exitCode = -1;
+    const auto line = Parse({"--option", "50147=2", "odbc:a", "--param", "1", "SELECT ?"}, exitCode);
+    ASSERT_TRUE(line);
+    EXPECT_EQ("odbc:a", line->connection);
+    EXPECT_EQ("SELECT ?", line->sql.value());
+}
+
+TEST(CommandLine, CallsTakeTheirParametersAsTheyAre) {
+    int exitCode = -1;
+    const auto line = Parse({"odbc:a", "--procedure", "p", "--param-type", "int", "--param", "a=1",
+                             "--param-out", "b", "--param", "c=x"},
+                            exitCode);
+    ASSERT_TRUE(line);
+    EXPECT_EQ(CallKind::Procedure, line->call);
+    EXPECT_EQ("p", line->callName);
+    EXPECT_FALSE(line->IsScript());
+    ASSERT_EQ(3U, line->parameterWords.size());
+    EXPECT_EQ("int", line->parameterWords[0].type);
+    EXPECT_EQ("a=1", line->parameterWords[0].text);
+    EXPECT_FALSE(line->parameterWords[0].isOutput);
+    EXPECT_EQ("b", line->parameterWords[1].text);
+    EXPECT_TRUE(line->parameterWords[1].isOutput);
+    EXPECT_EQ("", line->parameterWords[2].type);
+    EXPECT_EQ(CallKind::Function, Parse({"odbc:a", "--function", "f"}, exitCode)->call);
 }
 
 TEST(CommandLine, DelimiterByItsName) {

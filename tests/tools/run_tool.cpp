@@ -5,7 +5,9 @@
 #include <poll.h>
 #include <pty.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
+#include <utmp.h>
 
 #include <chrono>
 #include <csignal>
@@ -180,6 +182,98 @@ ToolResult RunOnTerminal(const std::vector<std::string>& command, int columns) {
             result.out += c;
     }
     WaitFor(child, result);
+    return result;
+}
+
+TerminalTool::TerminalTool(const std::vector<std::string>& command,
+                           const std::map<std::string, std::string>& environment) {
+    winsize size{};
+    size.ws_col = 80;
+    size.ws_row = 24;
+    if (openpty(&terminal, &screen, nullptr, nullptr, &size) != 0) {
+        ADD_FAILURE() << "no terminal";
+        return;
+    }
+    fcntl(terminal, F_SETFD, FD_CLOEXEC);
+    const std::vector<char*> arguments = Arguments(command);
+    child = fork();
+    if (child == 0) {
+        login_tty(screen);
+        BecomeTool(arguments, environment);
+    }
+}
+
+TerminalTool::~TerminalTool() {
+    if (child > 0) {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+    close(screen);
+    close(terminal);
+}
+
+bool TerminalTool::ReadSome(int milliseconds) {
+    pollfd wanted{terminal, POLLIN, 0};
+    if (poll(&wanted, 1, milliseconds) <= 0)
+        return false;
+    char block[4096];
+    const ssize_t count = read(terminal, block, sizeof block);
+    for (ssize_t i = 0; i < count; ++i) {
+        if (block[i] != '\r')
+            shown += block[i];
+    }
+    return count > 0;
+}
+
+bool TerminalTool::WaitFor(const std::string& text) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (shown.find(text) == std::string::npos && std::chrono::steady_clock::now() < end)
+        ReadSome(50);
+    return shown.find(text) != std::string::npos;
+}
+
+void TerminalTool::Type(const std::string& keys) {
+    EXPECT_EQ(static_cast<ssize_t>(keys.size()), write(terminal, keys.data(), keys.size()));
+}
+
+void TerminalTool::Signal(int number) {
+    kill(child, number);
+}
+
+bool TerminalTool::Echoes() const {
+    termios settings{};
+    EXPECT_EQ(0, tcgetattr(screen, &settings));
+    return (settings.c_lflag & static_cast<tcflag_t>(ECHO)) != 0;
+}
+
+bool TerminalTool::WaitForStop() const {
+    for (int i = 0; i < 3000; ++i) {
+        int status = 0;
+        if (waitpid(child, &status, WUNTRACED | WNOHANG) == child)
+            return WIFSTOPPED(status);
+        poll(nullptr, 0, 10);
+    }
+    return false;
+}
+
+ToolResult TerminalTool::Finish() {
+    ToolResult result;
+    int status = 0;
+    pid_t ended = 0;
+    for (int i = 0; i < 3000 && ended == 0; ++i) {
+        ReadSome(10);
+        ended = waitpid(child, &status, WNOHANG);
+    }
+    if (ended != child) {
+        ADD_FAILURE() << "still running; the screen: " << shown;
+        return result;
+    }
+    child = -1;
+    while (ReadSome(0)) {
+    }
+    result.out = shown;
+    result.signalled = !WIFEXITED(status);
+    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     return result;
 }
 

@@ -61,6 +61,38 @@ class RunningTool {
 // error arrives on the screen as well. Line ends come back as "\n".
 ToolResult RunOnTerminal(const std::vector<std::string>& command, int columns);
 
+// A program on a terminal of its own, of 80 columns, which it also has as /dev/tty. Waits have limits of half
+// a minute.
+class TerminalTool {
+  public:
+    explicit TerminalTool(const std::vector<std::string>& command,
+                          const std::map<std::string, std::string>& environment = {});
+    // Kills it when it still runs.
+    ~TerminalTool();
+    TerminalTool(const TerminalTool&) = delete;
+    TerminalTool& operator=(const TerminalTool&) = delete;
+
+    // Until the screen shows the text. False when it does not.
+    bool WaitFor(const std::string& text);
+    // As typed on the keyboard; "\x03" is Ctrl-C.
+    void Type(const std::string& keys);
+    void Signal(int number);
+    // The terminal shows what is typed.
+    bool Echoes() const;
+    // Until the process has stopped (Ctrl-Z). False when it does not.
+    bool WaitForStop() const;
+    // Waits for its end. The screen, with line ends as "\n".
+    ToolResult Finish();
+
+  private:
+    bool ReadSome(int milliseconds);
+
+    int terminal = -1;
+    int screen = -1;  // the program's end, kept open so that the terminal stays
+    pid_t child = -1;
+    std::string shown;
+};
+
 // A directory that goes away with its owner.
 class TemporaryDirectory {
   public:

@@ -30,6 +30,10 @@ using qxdbsqlengine::SQLRequest;
 
 namespace {
 
+// How much is shown of a large object that a call gives back, in bytes: room for all of it is made
+// beforehand.
+constexpr int MostOfLobOutput = 65536;
+
 // The one statement of the command line, when it is no script.
 std::string ReadStatement(const CommandLine& line) {
     if (line.sql)
@@ -73,6 +77,9 @@ class Run {
         CheckPlans(line, connection.ServerType());
         director.SetDoExplainPlan(line.explain);
         director.SetBindAsStrings(line.asStrings);
+        director.SetUseLobLocators(false);
+        director.SetLobStreamSize(WholeLob);
+        director.SetLobPreviewSize(MostOfLobOutput);
         request.SetMaxRowCount(line.maxRows);
         request.SetMaxErrorCount(line.maxErrors);
         // By its separator alone the generic parser tells Oracle from DB2: with the user's own it can't.

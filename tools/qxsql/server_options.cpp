@@ -111,6 +111,10 @@ QueryOptions MakeQueryOptions(const CommandLine& line, qxdb::DBTYPE server, doub
     // Being there it also keeps the map from being empty: a run with no options at all resets the limits of
     // rows and errors, and those of the command line must hold.
     options.current[qxdbsqlengine::MaxErrorCountOption] = _variant_t(line.maxErrors, VT_I4);
+    // Where a family has a limit of its own, it counts, and not that of the request.
+    for (const unsigned int option :
+         {qxdbsqlengine::LobStreamSizeOption, qxdbsqlengine::OracleLobStreamSizeOption})
+        options.current[option] = _variant_t(WholeLob, VT_I4);
     if (line.statistics)
         AddStatistics(known, options);
     if (line.serverOutput)
