@@ -170,12 +170,16 @@ bool MySqlSplitter::TakeWordCommand() {
         return false;
     const std::string_view rest = lexer.RestOfLine();
     const std::size_t size = FindDelimiter(rest);
+    // Without a delimiter it is a command only where it has the whole line, and \g sends it to the server.
+    const bool isStatement = size < rest.size() ? rest[size] != delimiter[0] : !first.startsLine;
     const bool isAlone = Trim(rest.substr(0, size)).empty();
+    if (isStatement)
+        return false;
     if (isAlone ? !IsAnyOf(word, kCommandsAlone) : !IsAnyOf(word, kCommands) || !IsBlank(rest.front()))
         return false;
     const Position end = first.end + size;
     if (size < rest.size())
-        lexer.MoveTo(end + (rest[size] == delimiter[0] ? delimiter.size() : 2));
+        lexer.MoveTo(end + delimiter.size());
     else
         lexer.SkipLine();
     HandOn(begin, end, lexer.Here(), SameWord(word, "USE") ? Use::Run : Use::Skip);

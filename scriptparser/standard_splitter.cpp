@@ -196,6 +196,12 @@ void StandardSplitter::TakeMetaInStatement(const Token& token) {
     text.Blank(token.begin, lexer.Here());
 }
 
+// "\;" puts a ";" into the statement, which goes on: several are sent as one.
+void StandardSplitter::TakeEscapedSemicolon(const Token& token, StandardShape& shape) {
+    text.Blank(token.begin, token.end);
+    shape.Read(lexer, lexer.Next());
+}
+
 // To behind the line "\.".
 void StandardSplitter::SkipCopyData() {
     lexer.SkipLine();
@@ -232,16 +238,18 @@ void StandardSplitter::TakeStatement() {
         }
         if (token.kind == Token::Kind::LineComment)
             ReadTerminator(token);
+        if (token.IsSign('\\') && lexer.Peek(0) == ';') {
+            TakeEscapedSemicolon(token, shape);
+            continue;
+        }
         if (token.IsSign('\\') && IsLetter(lexer.Peek(0))) {
             if (IsAnyOf(MetaName(), kRunningMetas)) {
                 lexer.SkipLine();
                 HandOn(begin, token.begin, lexer.Here(), use);
                 return;
             }
-            if (token.startsLine) {
-                TakeMetaInStatement(token);
-                continue;
-            }
+            TakeMetaInStatement(token);
+            continue;
         }
         shape.Read(lexer, token);
         copy.Read(lexer, token);

@@ -16,8 +16,8 @@ namespace qxscriptparser {
 //
 // Client commands are skipped: those of the DB2 command line processor (up to the separator), of psql (a
 // backslash; the line) and of the sqlite3 shell (a point; the line). \g and its relatives end a statement and
-// run it. COPY … FROM STDIN is one item to be skipped, without its data, which are passed over. Behind the
-// commands that end the client everything is skipped.
+// run it, and \; divides statements that are sent as one. COPY … FROM STDIN is one item to be skipped,
+// without its data, which are passed over. Behind the commands that end the client everything is skipped.
 class StandardSplitter final : public StatementSplitter {
   public:
     enum class Server { Db2, Other };
@@ -41,6 +41,7 @@ class StandardSplitter final : public StatementSplitter {
     std::string_view MetaName();
     void TakeMeta();
     void TakeMetaInStatement(const Token& token);
+    void TakeEscapedSemicolon(const Token& token, StandardShape& shape);
 
     const Server server;
     bool hasOwnSeparator = false;  // other than ";"
