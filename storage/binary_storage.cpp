@@ -1,29 +1,13 @@
 #include "storage/binary_storage.h"
 
-#include <algorithm>
-#include <cstring>
 #include <vector>
 
 #include "platform/qxdb/big_integer.h"
 #include "storage/measure_texts.h"
 #include "storage/sort_key_parts.h"
+#include "storage/value_parts.h"
 
 namespace qxdbsqlengine {
-
-namespace {
-
-template <class Iterator>
-int CompareBytes(Iterator a, Iterator end, Iterator b) {
-    for (; a != end; ++a, ++b) {
-        const unsigned char x = static_cast<unsigned char>(*a);
-        const unsigned char y = static_cast<unsigned char>(*b);
-        if (x != y)
-            return x < y ? -1 : 1;
-    }
-    return 0;
-}
-
-}  // namespace
 
 BinaryStorage::~BinaryStorage() = default;
 
@@ -53,15 +37,7 @@ void BinaryStorage::InsertBinary(const qxdb::DynBuffer& value) {
 }
 
 int BinaryStorage::CompareItems(int row1, int row2, int) {
-    const __int64 length1 = values.Length(row1);
-    const __int64 length2 = values.Length(row2);
-    if (length1 != length2)
-        return length1 < length2 ? -1 : 1;
-    std::string_view a;
-    std::string_view b;
-    if (values.ViewInPlace(row1, a, row2, b))
-        return CompareBytes(a.data(), a.data() + a.size(), b.data());
-    return CompareBytes(values.Begin(row1), values.End(row1), values.Begin(row2));
+    return CompareBinaries(values, row1, row2);
 }
 
 int BinaryStorage::GetLargestColumnSize(std::locale&, LargestColumnItemCallback& callback) {

@@ -20,7 +20,7 @@ void* Cell(void* page, int n) {
     return static_cast<unsigned char*>(page) + (n + 1) * CellAlloc::kCellBytes;
 }
 
-// The lowest free cell, which is then taken; -1 when there is none.
+// The lowest free cell, which is then taken. REQUIRES: there is one.
 int TakeFreeCell(std::uint32_t* bitmap) {
     for (int word = 0; word < kBitmapWords; ++word) {
         const std::uint32_t bits = bitmap[word];
@@ -30,14 +30,6 @@ int TakeFreeCell(std::uint32_t* bitmap) {
         }
     }
     return -1;
-}
-
-bool IsAllFree(const std::uint32_t* bitmap) {
-    for (int word = 0; word < kBitmapWords - 1; ++word) {
-        if (bitmap[word] != kAllFree)
-            return false;
-    }
-    return bitmap[kBitmapWords - 1] == kLastAllFree;
 }
 
 }  // namespace
@@ -51,34 +43,41 @@ CellAlloc::~CellAlloc() {
 
 void CellAlloc::NewPage(Page& page) {
     alloc.AllocPage(page.block);
-    page.present = true;
+    ++pagesInUse;
     std::uint32_t* bitmap = Bitmap(page.block.address);
     for (int word = 0; word < kBitmapWords - 1; ++word)
         bitmap[word] = kAllFree;
     bitmap[kBitmapWords - 1] = kLastAllFree;
 }
 
+void CellAlloc::DropPage(Page& page) {
+    alloc.ReleasePage(page.block);
+    --pagesInUse;
+}
+
 void* CellAlloc::Allocate(int& id) {
-    for (;; ++searchStart) {
-        if (searchStart >= static_cast<int>(pages.size())) {
-            pages.emplace_back();
-            try {
-                NewPage(pages.back());
-            } catch (...) {
-                pages.pop_back();
-                throw;
-            }
-        }
-        Page& page = pages[static_cast<std::size_t>(searchStart)];
-        if (!page.present)
+    // The counts say which pages are full, so that the search does not touch their memory.
+    const int count = static_cast<int>(pages.size());
+    while (searchStart < count && pages[static_cast<std::size_t>(searchStart)].used == kCellsPerPage)
+        ++searchStart;
+    if (searchStart == count)
+        pages.emplace_back();
+    Page& page = pages[static_cast<std::size_t>(searchStart)];
+    if (page.used == 0) {
+        try {
             NewPage(page);
-        void* address = alloc.GetPage(page.block);
-        const int n = TakeFreeCell(Bitmap(address));
-        if (n >= 0) {
-            id = searchStart * kCellsPerPage + n;
-            return Cell(address, n);
+        } catch (...) {
+            if (searchStart == count)
+                pages.pop_back();
+            throw;
         }
     }
+    void* address = alloc.GetPage(page.block);
+    const int n = TakeFreeCell(Bitmap(address));
+    ++page.used;
+    ++cellsInUse;
+    id = searchStart * kCellsPerPage + n;
+    return Cell(address, n);
 }
 
 void* CellAlloc::GetCell(int id) {
@@ -93,10 +92,9 @@ void CellAlloc::Free(int id) {
     bitmap[n / kWordBits] |= 1U << (n % kWordBits);
     if (searchStart > number)
         searchStart = number;
-    if (IsAllFree(bitmap)) {
-        alloc.ReleasePage(page.block);
-        page.present = false;
-    }
+    --cellsInUse;
+    if (--page.used == 0)
+        DropPage(page);
 }
 
 }  // namespace qxdbsqlengine

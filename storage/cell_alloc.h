@@ -9,7 +9,8 @@
 // A cell id is page * 511 + n.
 //
 // Not thread-safe: the owning container serialises all use. An address is valid until the next operation on
-// anything of the same container.
+// anything of the same container; with an allocator that has no cache file, as editable results have it,
+// until the cell is freed.
 #pragma once
 
 #include <deque>
@@ -39,17 +40,24 @@ class QXSENG2_API CellAlloc {
     // A page whose last used cell goes is given back. REQUIRES: the cell is allocated.
     void Free(int id);
 
+    // What the heap holds at present, for those who watch its memory.
+    int CellsInUse() const { return cellsInUse; }
+    int PagesInUse() const { return pagesInUse; }
+
   private:
     struct Page {
         AllocBlock block;
-        bool present = false;  // false: given back, and the record is all zeros
+        int used = 0;  // cells; without any the page is given back, and the record is all zeros
     };
 
     void NewPage(Page& page);
+    void DropPage(Page& page);
 
     int searchStart = 0;  // the lowest page that may hold a free cell
     std::deque<Page> pages;
     PageAlloc& alloc;
+    int cellsInUse = 0;
+    int pagesInUse = 0;
 };
 
 }  // namespace qxdbsqlengine

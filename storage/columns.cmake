@@ -3,9 +3,16 @@ list(APPEND STORAGE_SOURCES
   cache_file_alloc.cpp
   cell_alloc.cpp
   cell_format.cpp
+  cell_table.cpp
   column_definition.cpp
   column_set_storage.cpp
+  decimal_parts.cpp
   decimal_storage.cpp
+  editable_binary_storage.cpp
+  editable_decimal_storage.cpp
+  editable_lob_storage.cpp
+  editable_string_storage.cpp
+  editable_var_length_storage.cpp
   fixed_columns.cpp
   lob_storage.cpp
   natural_compare.cpp

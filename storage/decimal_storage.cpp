@@ -3,10 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <exception>
 
-#include "platform/os/debug_output.h"
-#include "platform/qxdb/big_integer.h"
+#include "storage/decimal_parts.h"
 #include "storage/sort_key_parts.h"
 
 namespace qxdbsqlengine {
@@ -130,50 +128,13 @@ void DecimalStorage::SetPrecision(int newPrecision) {
 }
 
 int DecimalStorage::GetLargestColumnSize(std::locale& locale, LargestColumnItemCallback& callback) {
-    if (values.Count() == 0)
-        return 0;
-    int least = 0;
-    int greatest = 0;
-    qxdb::Decimal leastValue = AsDecimal(0);
-    qxdb::Decimal greatestValue = leastValue;
-    for (int row = 1; row < values.Count(); ++row) {
-        ReadInto(row, decimal1);
-        if (decimal1.Compare(leastValue) < 0) {
-            leastValue = decimal1;
-            least = row;
-        } else if (decimal1.Compare(greatestValue) > 0) {
-            greatestValue = decimal1;
-            greatest = row;
-        }
-    }
-    const CellFormat format(locale);
-    std::string text;
-    AppendString(least, format, text);
-    const int width = callback.GetItemWidth(text);
-    text.clear();
-    AppendString(greatest, format, text);
-    return std::max(width, callback.GetItemWidth(text));
+    return MeasureDecimals(*this, values.Count(), locale, callback,
+                           [this](int row, qxdb::Decimal& value) { ReadInto(row, value); });
 }
 
 void DecimalStorage::AppendString(int row, const CellFormat& format, std::string& out) {
     ReadInto(row, decimal1);
-    AppendText(decimal1, format.DecimalPoint(), precision, out);
-}
-
-void DecimalStorage::AppendText(const qxdb::Decimal& value, char decimalPoint, int precision,
-                                std::string& out) {
-    const std::size_t before = out.size();
-    try {
-        value.AppendTo(out, decimalPoint, precision < 1, precision < 1 ? -1 : precision);
-    } catch (const std::exception& failure) {
-        qxos::OutputDebugStringA((std::string(failure.what()) + "\n").c_str());
-        const std::string text =
-            "Error for HEX value: " + value.GetMagnitude().AsString(16, qxdb::BigInteger::NumberPlain) +
-            " Scale: " + std::to_string(value.GetScale());
-        qxos::OutputDebugStringA(text.c_str());
-        out.resize(before);
-        out += text;
-    }
+    AppendDecimalText(decimal1, format.DecimalPoint(), precision, out);
 }
 
 void DecimalStorage::PutSortKeys(SortKeySink& sink) {

@@ -45,7 +45,6 @@ class QXSENG2_API DecimalStorage : public ColumnSetStorage {
 
   private:
     void ReadInto(int row, qxdb::Decimal& value);
-    static void AppendText(const qxdb::Decimal& value, char decimalPoint, int precision, std::string& out);
 
     VarLengthStorage values;
     int precision;

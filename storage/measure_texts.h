@@ -5,14 +5,13 @@
 #include <string>
 
 #include "storage/column_set_storage.h"
-#include "storage/var_length_storage.h"
 
 namespace qxdbsqlengine {
 
 // Renders only values that are longer than half of the longest so far, so that a text of wide characters
 // passes although it is not the longest. `appendText(row, text)` appends the text of a row.
-template <class AppendText>
-int MeasureTexts(VarLengthStorage& values, LargestColumnItemCallback& callback, AppendText appendText) {
+template <class Values, class AppendText>
+int MeasureTexts(Values& values, LargestColumnItemCallback& callback, AppendText appendText) {
     __int64 longest = 0;
     int widest = 0;
     std::string text;

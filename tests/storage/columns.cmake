@@ -5,6 +5,7 @@ qx_add_test(storage_columns_test
     ${CMAKE_CURRENT_SOURCE_DIR}/cell_format_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/column_definition_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/column_set_storage_test.cpp
+    ${CMAKE_CURRENT_SOURCE_DIR}/editable_columns_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/fixed_columns_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/natural_compare_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/number_text_test.cpp

@@ -10,6 +10,10 @@
 
 #include "storage/binary_storage.h"
 #include "storage/decimal_storage.h"
+#include "storage/editable_binary_storage.h"
+#include "storage/editable_decimal_storage.h"
+#include "storage/editable_lob_storage.h"
+#include "storage/editable_string_storage.h"
 #include "storage/fixed_columns.h"
 #include "storage/lob_storage.h"
 #include "storage/storage_doubles.h"
@@ -393,6 +397,53 @@ TEST(SortKeyOrderTest, BinariesAndPreviews) {
         ExpectKeysToOrderAsItems(*column, rows);
         ExpectPartsToBeOfTheKey(*column, rows);
     }
+}
+
+qxdb::DynBuffer BufferOf(const std::string& bytes) {
+    qxdb::DynBuffer buffer;
+    buffer.Assign(reinterpret_cast<const unsigned char*>(bytes.data()),
+                  static_cast<unsigned int>(bytes.size()));
+    return buffer;
+}
+
+TEST(SortKeyOrderTest, EditableColumnsHaveTheKeysOfTheOthers) {
+    OpenAlloc alloc(10, 100, false);
+    CellAlloc cells(alloc);
+    StringStorage texts(alloc);
+    BinaryStorage binaries(alloc);
+    EditableStringStorage editableTexts(cells);
+    EditableBinaryStorage editableBinaries(cells);
+    std::mt19937 random(49);
+    std::vector<std::string> values = RandomTexts(300, 50);
+    for (int i = 0; i < 100; ++i)  // in slots, in one cell and in several
+        values.push_back(std::string(random() % 400, static_cast<char>(random() % 2 ? '5' : 'x')) + "y12z");
+    for (const std::string& value : values) {
+        texts.InsertString(value);
+        editableTexts.InsertString(value);
+        binaries.InsertBinary(BufferOf(value));
+        editableBinaries.InsertBinary(BufferOf(value));
+    }
+    const int rows = static_cast<int>(values.size());
+    for (int row = 0; row < rows; ++row) {
+        ASSERT_EQ(WholeKey(texts, row), WholeKey(editableTexts, row)) << row;
+        ASSERT_EQ(WholeKey(binaries, row), WholeKey(editableBinaries, row)) << row;
+    }
+    ExpectPartsToBeOfTheKey(editableTexts, rows);
+    ExpectPartsToBeOfTheKey(editableBinaries, rows);
+    ExpectKeysToOrderAsItems(editableBinaries, rows);
+
+    EditableDecimalStorage decimals(cells, 0);
+    for (const char* text : {"0", "-1", "1", "1.50", "1.5", "-12.5", "123456789012345678901234567890",
+                             "-123456789012345678901234567890.5", "18446744073709551616", "2.55", "255"})
+        decimals.InsertDecimal(qxdb::Decimal(std::string(text)));
+    ExpectKeysToOrderAsItems(decimals, 11);
+    ExpectPartsToBeOfTheKey(decimals, 11);
+
+    EditableLobStorage lobs(cells, 0, qxdb::LobLocator(), false, false);
+    for (const char* text : {"b", "a", ""})
+        lobs.InsertLobData(text, qxdb::DynBuffer());
+    ExpectKeysToOrderAsItems(lobs, 3);
+    ExpectPartsToBeOfTheKey(lobs, 3);
 }
 
 }  // namespace
