@@ -30,9 +30,17 @@ bool MayChangeRows(const std::string& word) {
     return IsOneOf(word, {"SELECT", "CALL", "EXEC", "EXECUTE", ""});
 }
 
-SQLRETURN PrepareWide(SQLHSTMT statement, const std::string& sql) {
+// A text goes with a terminator, and not with its length: MariaDB's driver takes the letters U+00D8 to U+00DB
+// for halves of pairs, and reads as far beyond a given length as there are such letters.
+WideText TerminatedText(const std::string& sql) {
     WideText wide = ToWide(sql);
-    return SQLPrepareW(statement, wide.data(), static_cast<SQLINTEGER>(wide.size()));
+    wide.push_back(0);
+    return wide;
+}
+
+SQLRETURN PrepareWide(SQLHSTMT statement, const std::string& sql) {
+    WideText wide = TerminatedText(sql);
+    return SQLPrepareW(statement, wide.data(), SQL_NTS);
 }
 
 // The value of a field in the form that an output has.
@@ -261,10 +269,8 @@ SQLRETURN OdbcStatement::RunDirect() {
         serverCursor = ServerCursor::Open(core);
         return SQL_SUCCESS;
     }
-    WideText wide = ToWide(core->Sql());
-    return core->Call("SQLExecDirect", [&] {
-        return SQLExecDirectW(core->Raw(), wide.data(), static_cast<SQLINTEGER>(wide.size()));
-    });
+    WideText wide = TerminatedText(core->Sql());
+    return core->Call("SQLExecDirect", [&] { return SQLExecDirectW(core->Raw(), wide.data(), SQL_NTS); });
 }
 
 SQLRETURN OdbcStatement::RunPlan() {

@@ -214,6 +214,25 @@ TEST_F(QxsqlServers, ScriptsInTheDialectOfTheServer) {
         << onPostgres.err;
 }
 
+// Statements of all lengths one after the other, so that each stands where a longer one stood: nothing of
+// that may follow it to the server.
+TEST_F(QxsqlServers, StatementsEndWhereTheyEnd) {
+    for (const NamedServer& server : allServers) {
+        std::string script;
+        std::string expected;
+        for (int i = 40; i > 0; --i) {
+            std::string text;
+            for (int j = 0; j < i * i; ++j)
+                text += "ØÙÚÛ é日😀\u00d7\u00ff";
+            script += "SELECT '" + text + "' AS a;\n";
+            expected += (i == 40 ? "a\r\n" : "\r\na\r\n") + text + "\r\n";
+        }
+        const ToolResult result = Qxsql(server.words({"--quiet", "-f", Script(script)}));
+        EXPECT_EQ(0, result.exitCode) << server.name << result.err.substr(0, 500);
+        EXPECT_TRUE(expected == result.out) << server.name;
+    }
+}
+
 TEST_F(QxsqlServers, MaxErrorsEndsAScript) {
     for (const NamedServer& server : allServers) {
         const ToolResult result = Qxsql(server.words(
