@@ -1,5 +1,6 @@
 #include "scriptparser/script_text.h"
 
+#include <algorithm>
 #include <cstring>
 #include <deque>
 #include <new>
@@ -62,6 +63,7 @@ bool ScriptText::More() {
             RefuseZero();
         const std::size_t read = source.Read(piece.data() + inPiece, kPiece - inPiece);
         atEnd = read == 0;
+        bytesRead += read;
         MakeRoom();
         const TextDecoder::Result result =
             decoder.Decode(piece.data(), inPiece + read, atEnd, data.get() + size);
@@ -137,7 +139,8 @@ long ScriptText::LineOf(Position at) {
 
 std::uint64_t ScriptText::OffsetOf(Position at) {
     CountTo(at);
-    return decoder.MarkSize() + (decoder.IsUtf16() ? 2 * units : counted - extraBytes);
+    // A last byte that is only half of a unit counts as one.
+    return std::min(decoder.MarkSize() + (decoder.IsUtf16() ? 2 * units : counted - extraBytes), bytesRead);
 }
 
 void ScriptText::RefuseZero() {

@@ -69,6 +69,7 @@ class ScriptText {
     std::vector<char> piece;  // bytes of the source
     std::size_t inPiece = 0;  // that were not yet decoded
     bool atEnd = false;
+    std::uint64_t bytesRead = 0;
 
     std::unique_ptr<char, Free> data;  // from malloc, which can grow large blocks without copying
     std::size_t capacity = 0;
