@@ -1,5 +1,7 @@
 #include "scriptparser/oracle_splitter.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <string_view>
 
 #include "scriptparser/command_words.h"
@@ -22,6 +24,7 @@ constexpr CommandWord kCommands[] = {
 constexpr CommandWord kExecute = {"EXECUTE", 4};
 constexpr CommandWord kDocument = {"DOCUMENT", 3};
 constexpr CommandWord kRun = {"RUN", 1};
+constexpr CommandWord kTerminator = {"SQLTERMINATOR", 4};
 
 // SET with these words goes to the server.
 constexpr std::string_view kSetsOfServer[] = {"ROLE", "TRANSACTION", "CONSTRAINT", "CONSTRAINTS"};
@@ -148,6 +151,8 @@ bool OracleSplitter::TakeCommand() {
     } else if (IsCommandWord()) {
         const std::string_view same = lexer.View(first);
         const bool ends = SameWord(same, "EXIT") || SameWord(same, "QUIT");
+        if (SameWord(same, "SET"))
+            ReadTerminator(lexer.RestOfLine());
         TakeContinuedLine();
         if (ends)
             EndOfClient();
@@ -155,6 +160,26 @@ bool OracleSplitter::TakeCommand() {
         return false;
     }
     return true;
+}
+
+// Behind SET: SQLTERMINATOR with a sign, which may stand in quotes, ON, which means ";", or OFF.
+void OracleSplitter::ReadTerminator(std::string_view line) {
+    line = Trim(line);
+    const auto size =
+        static_cast<std::size_t>(std::find_if(line.begin(), line.end(), IsBlank) - line.begin());
+    if (size == 0 || !Matches(line.substr(0, size), kTerminator))
+        return;
+    std::string_view value = Trim(line.substr(size));
+    if (value.size() >= 3 && (value[0] == '\'' || value[0] == '"') && value[2] == value[0])
+        value = value.substr(1, 1);
+    const bool isOff = value.size() >= 3 && SameWord(value.substr(0, 3), "OFF");
+    const bool isOn = value.size() >= 2 && SameWord(value.substr(0, 2), "ON");
+    const bool isSign = !value.empty() && !Lexer::IsWordByte(value[0]);
+    if (!isOff && !isOn && !isSign)
+        return;
+    endsAtSemicolon = isOn || (isSign && value[0] == ';');
+    separatorIsForSql = true;
+    SetSeparator(isSign && !endsAtSemicolon ? std::string(value.substr(0, 1)) : std::string());
 }
 
 void OracleSplitter::TakeContinuedLine() {
@@ -214,7 +239,7 @@ void OracleSplitter::TakeExecute() {
 // `before` is the token before, comments aside.
 bool OracleSplitter::EndsStatement(const Token& token, const Token& before, const Kind& kind) {
     if (token.IsSign(';'))
-        return !kind.IsUnit();
+        return endsAtSemicolon && !kind.IsUnit();
     if (token.IsSign('/') && token.startsLine) {
         if (IsAlone(token, '/'))
             return true;
@@ -223,7 +248,7 @@ bool OracleSplitter::EndsStatement(const Token& token, const Token& before, cons
         const std::string_view rest = Trim(lexer.RestOfLine());
         return kind.IsUnit() && before.IsSign(';') && rest.substr(0, 2) == "--";
     }
-    return IsGivenSeparator(token);
+    return !(separatorIsForSql && kind.IsUnit()) && IsGivenSeparator(token);
 }
 
 void OracleSplitter::TakeStatement() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "scriptparser/splitter.h"
 
@@ -11,6 +12,7 @@ namespace qxscriptparser {
 // (blocks, stored objects, WITH FUNCTION) and Java sources end at such a line or the separator only, and keep
 // their last ";". A line with nothing but "." ends a statement too, which is then run by a "/" or RUN that
 // follows and otherwise skipped. A "/" line behind a statement that has ended runs nothing again.
+// SET SQLTERMINATOR puts another sign in the place of the ";" that ends plain SQL, or none.
 //
 // Commands of SQL*Plus stand between statements, take a line, or several when these end in "-", and are
 // skipped; behind EXIT and QUIT all is. EXECUTE is handed on as a procedure call where that can be bound,
@@ -61,6 +63,10 @@ class OracleSplitter final : public StatementSplitter {
     void TakeDocument();
     void TakeExecute();
     bool IsHeldStatementRun(Position& behind);
+    void ReadTerminator(std::string_view line);
+
+    bool endsAtSemicolon = true;     // plain SQL does
+    bool separatorIsForSql = false;  // it came by SET SQLTERMINATOR, and divides no PL/SQL
 };
 
 }  // namespace qxscriptparser

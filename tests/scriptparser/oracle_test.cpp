@@ -195,6 +195,29 @@ const Case kCases[] = {
       {2, "set constraints all deferred"},
       {2, "set constraint c immediate"},
       {3, "set serveroutput on", Skip}}},
+    {"AnotherTerminator",
+     "set sqlterminator '!'\nselect ';' a,\n;b from dual!\nselect a!=b from t !\nbegin a := b ! ; "
+     "end;\n/\nSET "
+     "SQLT ;\nselect 1 from dual; select 2 from dual;",
+     {{1, "set sqlterminator '!'", Skip},
+      {2, "select ';' a,\n;b from dual"},
+      {4, "select a!=b from t"},
+      {5, "begin a := b ! ; end;"},
+      {7, "SET SQLT ;", Skip},
+      {8, "select 1 from dual"},
+      {8, "select 2 from dual"}}},
+    {"NoTerminatorButSlash",
+     "set sqlterminator off\nselect 1; from dual;\n/\nset sqlt on\nselect 2 from dual;select 3 from "
+     "dual;\nset "
+     "sqlterminator\nset sqlt x\nselect 4 from dual;",
+     {{1, "set sqlterminator off", Skip},
+      {2, "select 1; from dual;"},
+      {4, "set sqlt on", Skip},
+      {5, "select 2 from dual"},
+      {5, "select 3 from dual"},
+      {6, "set sqlterminator", Skip},
+      {7, "set sqlt x", Skip},
+      {8, "select 4 from dual"}}},
     {"SimilarWordsAreSql",
      "comment on table t is 'x';commit;savepoint a;delete from t;declare\nx int; begin null; "
      "end;\n/\nrename a to b;insert into t values (1);",
