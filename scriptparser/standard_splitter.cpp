@@ -88,6 +88,26 @@ void StandardSplitter::ChangeSeparator(const std::string& newSeparator) {
     SetSeparator(hasOwnSeparator ? newSeparator : std::string());
 }
 
+// SET TERM x, behind which the terminator that goes may follow without a blank.
+bool StandardSplitter::TakeTerm() {
+    if (!lexer.IsWord(lexer.Next(), "TERM")) {
+        lexer.MoveTo(first.end);
+        return false;
+    }
+    const std::string_view line = Trim(lexer.RestOfLine());
+    std::string newTerm(line.begin(),
+                        std::find_if(line.begin(), line.end(), [](char c) { return IsBlank(c); }));
+    const std::string old = term.empty() ? ";" : term;
+    if (newTerm.size() > old.size() && newTerm.compare(newTerm.size() - old.size(), old.size(), old) == 0)
+        newTerm.resize(newTerm.size() - old.size());
+    TakeLine();
+    if (!newTerm.empty()) {
+        ChangeSeparator(newTerm);
+        term = newTerm == ";" ? std::string() : newTerm;
+    }
+    return true;
+}
+
 bool StandardSplitter::IsAloneOnLine(const Token& token) {
     return token.startsLine && lexer.OnlyBlanksBehind(token.end);
 }
@@ -144,6 +164,8 @@ bool StandardSplitter::TakeCommand() {
     }
     if (first.kind != Token::Kind::Word)
         return false;
+    if (server == Server::Other && lexer.IsWord(first, "SET") && TakeTerm())
+        return true;
     if (lexer.IsWord(first, "ECHO")) {
         TakeLine();
         return true;
@@ -218,6 +240,8 @@ void StandardSplitter::SkipCopyData() {
 }
 
 bool StandardSplitter::EndsStatement(const Token& token, const Token& before, const StandardShape& shape) {
+    if (!term.empty())
+        return IsGivenSeparator(token);
     if (token.IsSign(';'))
         return shape.MayEnd() && !(hasOwnSeparator && shape.IsUnit());
     if (token.IsSign('/'))

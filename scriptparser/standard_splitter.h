@@ -11,8 +11,9 @@ namespace qxscriptparser {
 
 // Statements end at ";", but not inside the body of a stored program, a compound statement or the brackets of
 // CREATE RULE. With another separator, stored programs, compound statements and whatever has declarations end
-// there only, and others at ";" too. "--#SET TERMINATOR x" changes the separator. GO alone on its line ends a
-// statement, and so does "/" behind a ";", as the sqlite3 shell has it.
+// there only, and others at ";" too. "--#SET TERMINATOR x" changes the separator, and so does "SET TERM x ;"
+// of Firebird's isql, behind which nothing else ends a statement. GO alone on its line ends a statement, and
+// so does "/" behind a ";", as the sqlite3 shell has it.
 //
 // Client commands are skipped: those of the DB2 command line processor (up to the separator), of psql (a
 // backslash; the line) and of the sqlite3 shell (a point; the line). \g and its relatives end a statement and
@@ -32,6 +33,7 @@ class StandardSplitter final : public StatementSplitter {
     void TakeStatement() override;
 
     void ChangeSeparator(const std::string& newSeparator);
+    bool TakeTerm();
     bool ReadTerminator(const Token& comment);
     bool IsAloneOnLine(const Token& token);
     bool EndsStatement(const Token& token, const Token& before, const StandardShape& shape);
@@ -45,6 +47,7 @@ class StandardSplitter final : public StatementSplitter {
 
     const Server server;
     bool hasOwnSeparator = false;  // other than ";"
+    std::string term;              // of SET TERM, which takes the place of ";" everywhere; mostly empty
     Use use = Use::Run;            // of the statement that is being read
     int conditions = 0;            // open \if
 };

@@ -157,6 +157,23 @@ const Case kCases[] = {
       {4, "select 2"},
       {5, "\\! rm \\q", Skip},
       {6, "select 3"}}},
+    {"Term",
+     "SET TERM ^ ;\nexecute block as declare x int; begin x = 1; end^\ncreate trigger t for a as begin\n b = "
+     "c^2;\n"
+     "end\n^\nselect '^ '; from t ^ set term ; ^\nselect 1; select 2;\nset term !!;\nselect 3;!!\nset term "
+     ";!!\nselect 4;set search_path = term;",
+     {{1, "SET TERM ^ ;", Skip},
+      {2, "execute block as declare x int; begin x = 1; end"},
+      {3, "create trigger t for a as begin\n b = c^2;\nend"},
+      {7, "select '^ '; from t"},
+      {7, "set term ; ^", Skip},
+      {8, "select 1"},
+      {8, "select 2"},
+      {9, "set term !!;", Skip},
+      {10, "select 3;"},
+      {11, "set term ;!!", Skip},
+      {12, "select 4"},
+      {12, "set search_path = term"}}},
     {"CopyFromStdin",
      "copy t (a, b) from stdin;\n1\tit's\n;\\\n\\.\nselect 1;\nCOPY u FROM STDIN WITH (format "
      "csv);\nx;\n\\.\n\nselect 2;",
