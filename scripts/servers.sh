@@ -62,7 +62,7 @@ launch_mariadb() {
     # Durability costs time and buys nothing for data that lives as long as a test run.
     unprivileged "$(find_tool mariadbd)" --no-defaults --datadir="$dir/mariadb" --socket="$dir/mariadb.sock" \
         --pid-file="$dir/mariadb.pid" --skip-networking --skip-name-resolve --log-error="$dir/mariadb.log" \
-        --character-set-server=utf8mb4 --max-allowed-packet=64M --innodb-flush-log-at-trx-commit=0 \
+        --character-set-server=utf8mb4 --max-allowed-packet=1G --innodb-flush-log-at-trx-commit=0 \
         --innodb-doublewrite=0 --sync-binlog=0 --innodb-buffer-pool-size=64M --performance-schema=0 \
         --lc-messages-dir=/usr/share/mysql --secure-file-priv="" >/dev/null 2>&1 </dev/null &
     export MYSQL_PWD=$password

@@ -44,18 +44,20 @@ ValueType Timed(TimePart part, SQLSMALLINT digits) {
     return type;
 }
 
-ValueType Characters(const NativeType& native, bool isLong) {
-    // A length of 0 is that of a type without a limit.
-    return native.size > longestPlainValue || (isLong && native.size == 0)
+ValueType Characters(const NativeType& native, bool isLong, const ServerTraits& traits) {
+    // A length of 0 is that of a type without a limit; PostgreSQL's driver makes one up.
+    const bool isUnlimited =
+        traits.unlimitedAsLob && traits.family == Family::PostgreSQL && native.typeName == "text";
+    return native.size > longestPlainValue || isUnlimited || (isLong && native.size == 0)
                ? Plain(ValueKind::CharacterLob, Column::BindLob)
                : Plain(ValueKind::Text, Column::BindString);
 }
 
 ValueType Bytes(const NativeType& native, const ServerTraits& traits) {
-    const bool isPlain = traits.family == Family::PostgreSQL && native.typeName == "bytea";
-    return !isPlain && (native.size > longestPlainValue || native.size == 0)
-               ? Plain(ValueKind::BinaryLob, Column::BindLob)
-               : Plain(ValueKind::Binary, Column::BindBinary);
+    const bool isBytea = traits.family == Family::PostgreSQL && native.typeName == "bytea";
+    const bool isLong = native.size > longestPlainValue || native.size == 0;
+    return (isBytea ? traits.unlimitedAsLob : isLong) ? Plain(ValueKind::BinaryLob, Column::BindLob)
+                                                      : Plain(ValueKind::Binary, Column::BindBinary);
 }
 
 ValueType Exact(const NativeType& native, const ServerTraits& traits) {
@@ -142,10 +144,10 @@ ValueType TypeOf(const NativeType& native, const ServerTraits& traits) {
         case SQL_WLONGVARCHAR:
         case SqlServerXml:
         case Db2LongVarGraphic:
-            return Characters(native, traits.family != Family::PostgreSQL);
+            return Characters(native, traits.family != Family::PostgreSQL, traits);
         case SQL_VARCHAR:
         case SQL_WVARCHAR:
-            return Characters(native, traits.family == Family::SQLServer);
+            return Characters(native, traits.family == Family::SQLServer, traits);
         default:
             return ValueType();  // what has no form of its own comes as text
     }

@@ -228,10 +228,12 @@ DriverOptions DriverOptions::Parse(const std::string& text) {
             options.asksForWarnings = EqualIgnoringCase(value, "on");
         } else if (EqualIgnoringCase(option, "getdata=sequential")) {
             options.readsSequentially = true;
+        } else if (EqualIgnoringCase(option, "unlimited=lob")) {
+            options.unlimitedAsLob = true;
         } else if (!EqualIgnoringCase(option, "create")) {
             ThrowRefusal("Unknown option \"" + std::string(option) +
-                             "\"; known are connect-timeout=SECONDS, block=ROWS, warnings=off and "
-                             "getdata=sequential",
+                             "\"; known are connect-timeout=SECONDS, block=ROWS, warnings=off, "
+                             "getdata=sequential and unlimited=lob",
                          "HY024");
         }
         begin = text.find_first_not_of(separators, end);

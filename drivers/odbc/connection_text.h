@@ -38,6 +38,7 @@ struct DriverOptions {
     unsigned int blockRows = 1000;           // block=ROWS, 1 to 1000: most rows of one fetch
     bool asksForWarnings = true;             // warnings=off: MySQL's warnings are not asked for
     bool readsSequentially = false;          // getdata=sequential: whatever the driver says of SQLGetData
+    bool unlimitedAsLob = false;             // unlimited=lob: PostgreSQL's text and bytea are large objects
 
     // Throws Errors for an unknown option and for a bad value. "create", which concerns files, is passed
     // over.

@@ -11,6 +11,8 @@
 //   warnings=off              MySQL's warnings are not asked for, so that ROW_COUNT() and FOUND_ROWS() of the
 //                             next statement still tell of the one before it
 //   getdata=sequential        the driver reads long values only from left to right, whatever it says
+//   unlimited=lob             PostgreSQL's text and bytea are large objects; they are String and Binary
+//   otherwise
 //
 // Server type and version are the server's own (SQLGetInfo); a type that the caller gives wins over them.
 //
@@ -32,8 +34,7 @@
 //   DATE                                           Timestamp yyyy-MM-dd
 //   TIMESTAMP, DATETIME (n)                        Timestamp yyyy-MM-dd HH:mm:ss, and 3, 6 or 9 digits by n
 //   TIME (n)                                       Timestamp HH:mm:ss, and digits by n; String on MySQL,
-//   where
-//                                                  it is a span of time
+//                                                  where it is a span of time
 //   texts and bytes of more than 1000000           Lob
 // What has no type of its own in ODBC comes as String: arrays, ranges, money, network addresses, times with
 // a zone. Timestamps with a zone come in the zone of the session. A value that does not fit its column's type
@@ -58,7 +59,9 @@
 // of its own, again until it has worked. A driver manager that lets one call at a time into the driver
 // ("Threading=3" in odbcinst.ini) makes the cancel wait for the call instead.
 //
-// LOB locators find the row by its primary key, or a unique index, among the cells of the row.
+// LOB locators find the row by its primary key, or a unique index, among the cells of the row. Values that
+// the driver would have whole in memory come in parts of 16 MiB, on MariaDB from a variable of the session,
+// on PostgreSQL from a cursor, and go to PostgreSQL through a large object of the server.
 #pragma once
 
 namespace qxdrivers {

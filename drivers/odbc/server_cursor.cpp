@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "drivers/odbc/sql_scan.h"
+#include "drivers/odbc/transaction.h"
 #include "drivers/odbc/wide_text.h"
 
 namespace qxdrivers::odbc {
@@ -54,7 +55,7 @@ ServerCursor::ServerCursor(std::shared_ptr<StatementCore> owner)
 std::unique_ptr<ServerCursor> ServerCursor::Open(const std::shared_ptr<StatementCore>& core) {
     std::unique_ptr<ServerCursor> cursor(new ServerCursor(core));
     core->GetSession().hasServerCursor = true;
-    cursor->BeginTransaction();
+    cursor->ownsTransaction = BeginUnlessOpen(core->GetSession(), core->Context());
     cursor->Declare();
     return cursor;
 }
@@ -66,20 +67,6 @@ ServerCursor::~ServerCursor() {
     } catch (...) {
         RollBack();
     }
-}
-
-// A transaction that the user has open makes this a warning.
-void ServerCursor::BeginTransaction() {
-    const StatementHandle statement(core->GetSession().Raw());
-    const SQLRETURN code = ExecuteText(statement.Raw(), "BEGIN");
-    const HandleRef source{SQL_HANDLE_STMT, statement.Raw()};
-    if (!SQL_SUCCEEDED(code)) {
-        throw ReadErrors(source, "SQLExecDirect", core->Context());
-    }
-    const std::vector<qxdb::RawMessage> messages = ReadMessages(source, core->Context());
-    ownsTransaction = std::none_of(messages.begin(), messages.end(), [](const qxdb::RawMessage& message) {
-        return message.sqlState == "25001";
-    });
 }
 
 void ServerCursor::Declare() {

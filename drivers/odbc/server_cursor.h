@@ -34,7 +34,6 @@ class ServerCursor {
 
   private:
     explicit ServerCursor(std::shared_ptr<StatementCore> owner);
-    void BeginTransaction();
     void Declare();
     std::string FetchText() const;
     void RollBack() noexcept;

@@ -40,6 +40,8 @@ struct ServerTraits {
     bool zeroDatesTold = false;
     // Results are read through a cursor on the server, since the driver would keep them whole in memory.
     bool serverCursors = false;
+    // Columns without any limit of their length are large objects.
+    bool unlimitedAsLob = false;
     // Warnings wait on the server until they are asked for.
     bool asksForWarnings = false;
 

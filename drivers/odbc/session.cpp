@@ -65,8 +65,9 @@ void Session::LearnTraits(const std::string& givenText, qxdb::DBTYPE givenType) 
         traits.narrowText = text.Get("CHARSET") == "utf8mb4";
         traits.asksForWarnings = options.asksForWarnings;
         traits.zeroDatesTold = ZeroDatesAreTold();
-        serverThread = QueryNumber("SELECT CONNECTION_ID()");
+        serverThread = QueryNumber("SELECT CONNECTION_ID()", 0);
     }
+    traits.unlimitedAsLob = options.unlimitedAsLob;
     traits.serverCursors = Contains(driver, "psqlodbc") && !text.Has("UseDeclareFetch");
     unicode = traits.narrowText || KnowsWideText(Raw());
 }
@@ -163,13 +164,13 @@ void Session::KillQuery() const {
     SQLExecDirectW(statement.Raw(), sql.data(), static_cast<SQLINTEGER>(sql.size()));
 }
 
-__int64 Session::QueryNumber(const char* sql) const {
+__int64 Session::QueryNumber(const char* sql, __int64 otherwise) const {
     const StatementHandle statement(Raw());
     WideText wide = ToWide(sql);
     const bool read =
         SQL_SUCCEEDED(SQLExecDirectW(statement.Raw(), wide.data(), static_cast<SQLINTEGER>(wide.size()))) &&
         SQL_SUCCEEDED(SQLFetch(statement.Raw()));
-    return read ? ReadCatalogNumber(statement.Raw(), 1, 0) : 0;
+    return read ? ReadCatalogNumber(statement.Raw(), 1, otherwise) : otherwise;
 }
 
 void Session::Report(HandleRef source, const std::string* sql) {

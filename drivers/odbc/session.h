@@ -37,6 +37,9 @@ class Session {
     // Runs a statement of the driver's own, without the user's limits and messages. Throws Errors.
     void RunSilently(const std::string& sql);
 
+    // The number in the first cell that a query of the driver's own gives; `otherwise` when there is none.
+    __int64 QueryNumber(const char* sql, __int64 otherwise) const;
+
     // Ends what a statement of this connection is doing. Any thread.
     void Interrupt(SQLHSTMT statement) const noexcept;
 
@@ -58,8 +61,6 @@ class Session {
     void LearnTraits(const std::string& givenText, qxdb::DBTYPE givenType);
     bool ZeroDatesAreTold();
     void KillQuery() const;
-    // The first cell of the first row of the driver's own query; 0 when there is none.
-    __int64 QueryNumber(const char* sql) const;
 
     ConnectionHandle handle;
     std::string connectionText;  // to connect with once more

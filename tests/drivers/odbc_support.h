@@ -27,10 +27,11 @@ inline qxdb::Connection OpenPostgres(const std::string& more = "", const std::st
 // A table of the test's own: dropped at the beginning and at the end.
 class TestTable {
   public:
-    TestTable(qxdb::Connection owner, std::string tableName, const std::string& columns)
+    TestTable(qxdb::Connection owner, std::string tableName, const std::string& columns,
+              const std::string& options = "")
         : connection(owner), name(std::move(tableName)) {
         RunAll(connection, "DROP TABLE IF EXISTS " + name);
-        RunAll(connection, "CREATE TABLE " + name + "(" + columns + ")");
+        RunAll(connection, "CREATE TABLE " + name + "(" + columns + ")" + options);
     }
     ~TestTable() {
         try {

@@ -1,0 +1,366 @@
+// Large objects of real servers: to files and back, in pieces and with bounded memory.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "drivers/odbc_support.h"
+#include "platform/qxdb/lob_locator.h"
+
+namespace {
+
+using qxdb::Column;
+using qxtest::FailureOf;
+using qxtest::OpenMariaDB;
+using qxtest::OpenPostgres;
+using qxtest::OpenResult;
+using qxtest::Rows;
+using qxtest::RunAll;
+using qxtest::TestTable;
+using Cells = std::list<std::string>;
+using Lines = std::vector<std::string>;
+
+// A file name of the test's own; the file is removed at the end.
+class TestFile {
+  public:
+    explicit TestFile(const std::string& purpose)
+        : name(testing::TempDir() + "qx_lob_" + purpose + "_" + std::to_string(getpid())) {}
+    TestFile(const std::string& purpose, const std::string& content) : TestFile(purpose) {
+        std::ofstream(name, std::ios::binary) << content;
+    }
+    ~TestFile() {
+        std::error_code ignored;
+        std::filesystem::remove(name, ignored);
+    }
+    TestFile(const TestFile&) = delete;
+    TestFile& operator=(const TestFile&) = delete;
+
+    std::string Content() const {
+        std::ifstream file(name, std::ios::binary);
+        std::ostringstream content;
+        content << file.rdbuf();
+        return content.str();
+    }
+
+    const std::string name;
+};
+
+bool SameContent(const std::string& first, const std::string& second) {
+    std::ifstream a(first, std::ios::binary);
+    std::ifstream b(second, std::ios::binary);
+    std::vector<char> bytesOfA(1 << 20);
+    std::vector<char> bytesOfB(1 << 20);
+    while (a && b) {
+        a.read(bytesOfA.data(), static_cast<std::streamsize>(bytesOfA.size()));
+        b.read(bytesOfB.data(), static_cast<std::streamsize>(bytesOfB.size()));
+        if (a.gcount() != b.gcount() ||
+            !std::equal(bytesOfA.begin(), bytesOfA.begin() + a.gcount(), bytesOfB.begin())) {
+            return false;
+        }
+    }
+    return !a && !b;
+}
+
+qxdb::Connection Open(bool mariadb) {
+    return mariadb ? OpenMariaDB() : OpenPostgres("", "unlimited=lob");
+}
+
+// The locator of a column of a query's result.
+qxdb::LobLocator LocatorOf(qxdb::Connection connection, const std::string& sql, unsigned int column,
+                           const std::string& table = "") {
+    OpenResult result(connection, sql);
+    return result.cursor.GetLocator(column, table, sql, "", false);
+}
+
+class LobLocators : public testing::TestWithParam<bool> {
+  protected:
+    bool OnMariaDB() const { return GetParam(); }
+    std::string Columns() const {
+        return OnMariaDB() ? "n INT PRIMARY KEY, t LONGTEXT, b LONGBLOB, v VARCHAR(20)"
+                           : "n integer PRIMARY KEY, t text, b bytea, v varchar(20)";
+    }
+};
+
+const std::string someText = "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\r\n'\\";
+
+TEST_P(LobLocators, ExportAndImportOneValue) {
+    qxdb::Connection connection = Open(OnMariaDB());
+    TestTable table(connection, "lob_values", Columns());
+    RunAll(connection, "INSERT INTO lob_values VALUES(1,NULL,NULL,'one'),(2,'old','old','two')");
+    const std::string select = "SELECT n, t, b, v FROM lob_values";
+    for (const unsigned int column : {1u, 2u}) {
+        SCOPED_TRACE(column);
+        qxdb::LobLocator locator = LocatorOf(connection, select, column, "lob_values");
+        EXPECT_TRUE(locator.IsValid(true));
+        EXPECT_FALSE(locator.IsReadOnly());
+        EXPECT_EQ(locator.EditAsClob(), column == 1);
+        EXPECT_EQ(locator.TableName(), "lob_values");
+        Cells row{"2", "old", "6F6C64", "two"};
+        // Empty, short, and with every byte that the kind can have.
+        const std::string bytes = column == 1 ? someText : std::string("\0\xFF\x80\n\r'\\", 7);
+        for (const std::string& content :
+             {bytes, std::string(), bytes + bytes, std::string(200000, 'x') + bytes}) {
+            const TestFile source("source", content);
+            const TestFile target("target");
+            locator.Import(source.name, connection, &row);
+            locator.Clone().Export(target.name, connection, &row);
+            EXPECT_EQ(target.Content().size(), content.size());
+            EXPECT_TRUE(target.Content() == content);
+        }
+        // The other row has not changed; NULL comes as an empty file.
+        Cells other{"1", "[NULL]", "[NULL]", "one"};
+        const TestFile target("target");
+        locator.Export(target.name, connection, &other);
+        EXPECT_TRUE(std::filesystem::exists(target.name));
+        EXPECT_EQ(target.Content(), "");
+    }
+    EXPECT_EQ(Rows(connection, "SELECT n FROM lob_values WHERE t IS NULL AND b IS NULL"), Lines{"1"});
+}
+
+// Around the sizes of parts and pieces, with characters that these cut.
+TEST_P(LobLocators, ValuesAroundTheSizeOfAPart) {
+    constexpr std::size_t part = 16 * 1024 * 1024;
+    qxdb::Connection connection = Open(OnMariaDB());
+    TestTable table(connection, "lob_parts", Columns());
+    RunAll(connection, "INSERT INTO lob_parts(n, t, b) VALUES(7, '', '')");
+    const std::string select = "SELECT n, t, b FROM lob_parts";
+    const TestFile target("target");
+    Cells row{"7", "", ""};
+    for (const std::size_t size : {part, part + 1}) {
+        std::string bytes(size, '\0');
+        std::string text;
+        for (std::size_t i = 0; i < size; ++i) {
+            bytes[i] = static_cast<char>(i * 31 + i / 256);
+        }
+        while (text.size() < size) {
+            text += "\xF0\x9F\x98\x80\xC3\xA4z";
+        }
+        for (const unsigned int column : {1u, 2u}) {
+            const TestFile source("source", column == 1 ? text : bytes);
+            qxdb::LobLocator locator = LocatorOf(connection, select, column, "lob_parts");
+            locator.Import(source.name, connection, &row);
+            locator.Export(target.name, connection, &row);
+            EXPECT_TRUE(SameContent(source.name, target.name)) << size << " " << column;
+        }
+    }
+    if (!OnMariaDB()) {
+        EXPECT_EQ(Rows(connection, "SELECT count(*) FROM pg_largeobject_metadata"), Lines{"0"});
+    }
+}
+
+TEST_P(LobLocators, RowsAreFoundByTheirKeys) {
+    qxdb::Connection connection = Open(OnMariaDB());
+    const std::string text = OnMariaDB() ? "LONGTEXT" : "text";
+    TestTable keyed(connection, "lob_keys",
+                    "a INT, b VARCHAR(20), c DECIMAL(20,5), d DATE, t " + text + ", PRIMARY KEY(b, d)");
+    RunAll(connection,
+           "INSERT INTO lob_keys VALUES(1,'it''s \xC3\xA4',1.5,'2024-02-29','first'),"
+           "(2,'it''s \xC3\xA4',2.5,'2024-03-01','second')");
+    const TestFile target("target");
+    qxdb::LobLocator locator =
+        LocatorOf(connection, "SELECT t, d, a, b FROM lob_keys WHERE a > 0 ORDER BY a", 0, "lob_keys");
+    EXPECT_FALSE(locator.IsReadOnly());
+    Cells row{"ignored", "2024-03-01", "ignored", "it's \xC3\xA4"};
+    locator.Export(target.name, connection, &row);
+    EXPECT_EQ(target.Content(), "second");
+    row = {"ignored", "2024-02-29", "ignored", "it's \xC3\xA4"};
+    locator.Export(target.name, connection, &row);
+    EXPECT_EQ(target.Content(), "first");
+
+    // A unique index serves as well.
+    TestTable unique(connection, "lob_unique", "a BIGINT NOT NULL UNIQUE, t " + text);
+    RunAll(connection, "INSERT INTO lob_unique VALUES(9007199254740993,'exact'),(9007199254740992,'near')");
+    qxdb::LobLocator exact = LocatorOf(connection, "SELECT a, t FROM lob_unique", 1, "lob_unique");
+    EXPECT_FALSE(exact.IsReadOnly());
+    row = {"9007199254740993", ""};
+    exact.Export(target.name, connection, &row);
+    EXPECT_EQ(target.Content(), "exact");
+}
+
+TEST_P(LobLocators, WithoutAKeyTheyAreReadOnly) {
+    qxdb::Connection connection = Open(OnMariaDB());
+    const std::string text = OnMariaDB() ? "LONGTEXT" : "text";
+    TestTable table(connection, "lob_keyless", "a INT, b VARCHAR(20), t " + text);
+    RunAll(connection, "INSERT INTO lob_keyless VALUES(1,'x','one'),(2,'y','two'),(3,'z','a'),(3,'z','b')");
+    qxdb::LobLocator locator = LocatorOf(connection, "SELECT a, b, t FROM lob_keyless", 2, "lob_keyless");
+    EXPECT_TRUE(locator.IsValid(true));
+    EXPECT_TRUE(locator.IsReadOnly());
+    const TestFile target("target", "new");
+    Cells row{"2", "y", ""};
+    EXPECT_EQ(FailureOf([&] { locator.Import(target.name, connection, &row); }).text,
+              "The large object is read-only: lob_keyless has no key in the result");
+    locator.Export(target.name, connection, &row);
+    EXPECT_EQ(target.Content(), "two");
+    row = {"3", "z", ""};
+    EXPECT_EQ(FailureOf([&] { locator.Export(target.name, connection, &row); }).text,
+              "The row of the large object can't be told from 1 other(s) in lob_keyless");
+    // The key is there, but the result does not have it.
+    TestTable keyed(connection, "lob_unseen", Columns());
+    EXPECT_TRUE(LocatorOf(connection, "SELECT v, t FROM lob_unseen", 1, "lob_unseen").IsReadOnly());
+    // Nothing to find it by, and no table at all.
+    EXPECT_FALSE(LocatorOf(connection, "SELECT t FROM lob_unseen", 0, "lob_unseen").IsValid(true));
+    EXPECT_FALSE(
+        LocatorOf(connection,
+                  OnMariaDB() ? "SELECT CAST(REPEAT('x', 2000000) AS CHAR) AS t" : "SELECT 'x'::text t", 0)
+            .IsValid(true));
+    EXPECT_FALSE(LocatorOf(connection, "SELECT a, t FROM lob_keyless", 0, "lob_keyless").IsValid(true));
+}
+
+TEST_P(LobLocators, Failures) {
+    qxdb::Connection connection = Open(OnMariaDB());
+    TestTable table(connection, "lob_failures", Columns());
+    RunAll(connection, "INSERT INTO lob_failures(n, t) VALUES(1, 'kept')");
+    qxdb::LobLocator locator = LocatorOf(connection, "SELECT n, t FROM lob_failures", 1, "lob_failures");
+    const TestFile target("target");
+    Cells row{"1", ""};
+    Cells gone{"2", ""};
+    Cells bad{"one", ""};
+    EXPECT_EQ(FailureOf([&] { locator.Export(target.name, connection, &gone); }).text,
+              "The row of the large object is not in lob_failures any more");
+    EXPECT_EQ(FailureOf([&] { locator.Export(target.name, connection, &bad); }).state, "22018");
+    EXPECT_EQ(FailureOf([&] { locator.Export(target.name, connection, nullptr); }).text,
+              "The row of the large object can't be found without the values of its columns");
+    EXPECT_EQ(FailureOf([&] { locator.Export("/no/such/folder/file", connection, &row); }).text,
+              "\"/no/such/folder/file\" can't be written: No such file or directory");
+    EXPECT_EQ(FailureOf([&] { locator.Import("/no/such/file", connection, &row); }).text,
+              "\"/no/such/file\" can't be read: No such file or directory");
+    // No failure leaves a transaction, or a change, behind.
+    if (!OnMariaDB()) {
+        const TestFile zeros("zeros", std::string(5000000, '\0'));
+        EXPECT_EQ(FailureOf([&] { locator.Import(zeros.name, connection, &row); }).state, "22021");
+        EXPECT_EQ(Rows(connection, "SELECT count(*) FROM pg_largeobject_metadata"), Lines{"0"});
+    }
+    locator.Export(target.name, connection, &row);
+    EXPECT_EQ(target.Content(), "kept");
+    RunAll(connection, "BEGIN");
+    RunAll(connection, "ROLLBACK");
+}
+
+// A transaction of the user's goes on.
+TEST_P(LobLocators, WithinATransaction) {
+    qxdb::Connection connection = Open(OnMariaDB());
+    TestTable table(connection, "lob_transaction", Columns());
+    RunAll(connection, "INSERT INTO lob_transaction(n, b) VALUES(1, 'before')");
+    qxdb::LobLocator locator =
+        LocatorOf(connection, "SELECT n, b FROM lob_transaction", 1, "lob_transaction");
+    const TestFile source("source", std::string(6000000, 'x'));
+    const TestFile target("target");
+    Cells row{"1", ""};
+    RunAll(connection, "BEGIN");
+    locator.Import(source.name, connection, &row);
+    locator.Export(target.name, connection, &row);
+    EXPECT_TRUE(SameContent(source.name, target.name));
+    RunAll(connection, "ROLLBACK");
+    locator.Export(target.name, connection, &row);
+    EXPECT_EQ(target.Content(), "before");
+}
+
+// Starts anew with what is in use now, and gives the growth from there, in MiB.
+class PeakMemory {
+  public:
+    PeakMemory() {
+        std::ofstream("/proc/self/clear_refs") << "5";
+        start = Peak();
+    }
+    long GrowthMiB() const { return (Peak() - start) / 1024; }
+
+  private:
+    static long Peak() {
+        std::ifstream file("/proc/self/status");
+        std::string word;
+        long value = 0;
+        while (file >> word) {
+            if (word == "VmHWM:") {
+                file >> value;
+                break;
+            }
+        }
+        return value;
+    }
+    long start = 0;
+};
+
+TEST_P(LobLocators, HundredsOfMegabytesInPieces) {
+    constexpr long allowedMiB = 96;
+    qxdb::Connection connection = Open(OnMariaDB());
+    TestTable table(connection, "lob_large", Columns(), OnMariaDB() ? "ENGINE=MyISAM" : "");
+    RunAll(connection, "INSERT INTO lob_large(n, t, b) VALUES(1, '', '')");
+    const TestFile target("target");
+    Cells row{"1", "", ""};
+    for (const unsigned int column : {2u, 1u}) {
+        SCOPED_TRACE(column);
+        const std::size_t size = std::size_t{1024 * 1024} * (column == 2 ? 256 : 64);
+        const TestFile source("source", "");
+        {
+            // Bytes that don't repeat; characters of two and four bytes among a megabyte's lines as text.
+            std::ofstream file(source.name, std::ios::binary);
+            std::vector<std::uint64_t> block(128 * 1024);
+            std::uint64_t state = 88172645463325252;
+            std::string text;
+            while (text.size() < 1024 * 1024 - 6) {
+                text += "\xC3\xA4 line \xF0\x9F\x98\x80\n";
+            }
+            text.resize(text.size() - text.size() % 14);
+            for (std::size_t written = 0; written < size;) {
+                if (column == 1) {
+                    file << text;
+                    written += text.size();
+                } else {
+                    for (std::uint64_t& word : block) {
+                        state ^= state << 13;
+                        state ^= state >> 7;
+                        state ^= state << 17;
+                        word = state;
+                    }
+                    file.write(reinterpret_cast<const char*>(block.data()),
+                               static_cast<std::streamsize>(block.size() * sizeof block[0]));
+                    written += block.size() * sizeof block[0];
+                }
+            }
+        }
+        qxdb::LobLocator locator =
+            LocatorOf(connection, "SELECT n, t, b FROM lob_large WHERE n > 1", column, "lob_large");
+        {
+            const PeakMemory memory;
+            locator.Import(source.name, connection, &row);
+            EXPECT_LT(memory.GrowthMiB(), allowedMiB);
+        }
+        const PeakMemory memory;
+        locator.Export(target.name, connection, &row);
+        EXPECT_LT(memory.GrowthMiB(), allowedMiB);
+        EXPECT_TRUE(SameContent(source.name, target.name));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, LobLocators, testing::Values(true, false),
+                         [](const auto& each) { return each.param ? "MariaDB" : "PostgreSQL"; });
+
+TEST(LobLocator, AnEmptyOneAndOneOfAnotherDriver) {
+    qxdb::Connection connection = OpenMariaDB();
+    qxdb::LobLocator empty;
+    EXPECT_FALSE(empty.IsValid(true));
+    EXPECT_TRUE(empty.IsReadOnly());
+    Cells row;
+    EXPECT_THROW(empty.Export("x", connection, &row), Errors);
+}
+
+// What has no limit is a plain value unless the connection says otherwise.
+TEST(LobLocator, PostgresColumnsWithoutALimit) {
+    const std::string sql = "SELECT 'x'::text, 'y'::bytea, 'z'::varchar(9)";
+    OpenResult plain(OpenPostgres(), sql);
+    EXPECT_EQ(plain[0].GetType(), Column::BindString);
+    EXPECT_EQ(plain[1].GetType(), Column::BindBinary);
+    OpenResult lobs(OpenPostgres("", "unlimited=lob"), sql);
+    ASSERT_TRUE(lobs.Fetch());
+    EXPECT_EQ(lobs[0].GetType(), Column::BindLob);
+    EXPECT_EQ(lobs[1].GetType(), Column::BindLob);
+    EXPECT_EQ(lobs[2].GetType(), Column::BindString);
+    EXPECT_EQ(qxtest::ReadNatively(lobs[0]), "x");
+    EXPECT_EQ(qxtest::ReadNatively(lobs[1]), "y");
+}
+
+}  // namespace
