@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
@@ -128,6 +129,8 @@ TEST_F(QxsqlScript, SkippedItemsAreCounted) {
     EXPECT_EQ(0, result.exitCode) << result.err;
     EXPECT_EQ("a\r\n1\r\n\r\nb\r\n2\r\n", result.out);
     EXPECT_EQ(0U, result.err.find(Summary(2, 0, 2, 2, 0))) << result.err;
+    const ToolResult verbose = Run(".mode csv\nSELECT 1 AS a;\n", {"--verbose"});
+    EXPECT_EQ(At(1) + "skipped, nothing for the server\n", BeforeSummary(verbose.err));
 }
 
 TEST_F(QxsqlScript, ScriptsWithNothingToRun) {
@@ -238,6 +241,76 @@ TEST_F(QxsqlScript, BinaryFilesEndTheRunWithTheirPlace) {
                   "line 2, is zero.\n",
               BeforeSummary(result.err));
     EXPECT_NE(std::string::npos, result.err.find(Summary(1, 0, 0, 1, 0))) << result.err;
+}
+
+// The statement "rows" of qxsql_stuck takes long enough for the file to change behind it. What was read by
+// then runs, and its end does not pass for the script's.
+TEST_F(QxsqlScript, FilesThatAreCutWhileTheyAreRead) {
+    std::string text = "first;\n";
+    for (int i = 0; i < 2000000; ++i)
+        text += "/* a comment that is skipped */;\n";
+    const std::string file = Script(text);
+    RunningTool tool({QXSQL_STUCK_PATH, "stuck:", "-f", file}, {{"QXSQL_STUCK_TALKS", "yes"}});
+    ASSERT_TRUE(tool.WaitForError(":1: Error"));
+    std::filesystem::resize_file(file, 100);
+    const ToolResult result = tool.Finish();
+    EXPECT_EQ(4, result.exitCode) << result.err;
+    EXPECT_NE(std::string::npos,
+              result.err.find("\n" + file +
+                              ": the script was not read to its end: The file was cut while it was "
+                              "read.\nItems run: 1, failed: 1, "))
+        << result.err;
+}
+
+// A file without a name any more is read to its end.
+TEST_F(QxsqlScript, FilesThatAreDeletedWhileTheyAreRead) {
+    std::string text = "SELECT * FROM first;\n";
+    for (int i = 0; i < 20000; ++i)
+        text += "/* a comment that is skipped */;\n";
+    const std::string file = Script(text + "SELECT 'last' AS a;\n");
+    RunningTool tool({QXSQL_PATH, "sqlite::memory:", "-f", file});
+    ASSERT_TRUE(tool.WaitForError(":1: Error"));
+    std::filesystem::remove(file);
+    const ToolResult result = tool.Finish();
+    EXPECT_EQ(1, result.exitCode) << result.err;
+    EXPECT_EQ("a\r\nlast\r\n", result.out);
+}
+
+TEST_F(QxsqlScript, FilesThatMayNotBeRead) {
+    const std::string file = Script("SELECT 1;\n");
+    std::filesystem::permissions(file, std::filesystem::perms::none);
+    if (access(file.c_str(), R_OK) == 0)
+        GTEST_SKIP() << "this user may read everything";
+    const ToolResult result = Qxsql({"sqlite::memory:", "-f", file});
+    EXPECT_EQ(4, result.exitCode);
+    EXPECT_EQ("Cannot read " + file + ": Permission denied\n", result.err);
+}
+
+TEST_F(QxsqlScript, StandardStreamsThatAreClosed) {
+    const auto shell = [&](const std::string& command) {
+        return RunTool({"/bin/sh", "-c", command}, "", {{"TOOL", QXSQL_PATH}});
+    };
+    const ToolResult in = shell("\"$TOOL\" sqlite::memory: <&-");
+    EXPECT_EQ(4, in.exitCode);
+    EXPECT_EQ("Cannot read standard input: Bad file descriptor\n", in.err);
+    EXPECT_EQ(4, shell("\"$TOOL\" sqlite::memory: 'SELECT 1' >&-").exitCode);
+    EXPECT_EQ(1, shell("\"$TOOL\" sqlite::memory: 'SELECT x' 2>&-").exitCode);
+}
+
+TEST_F(QxsqlScript, QuotesAndBlocksThatNeverEnd) {
+    const struct {
+        const char* text;
+        int exitCode;
+    } cases[] = {{"SELECT 1 AS a;\nSELECT 'open;\nSELECT 2;\n", 1},
+                 {"SELECT 1 AS a;\nSELECT \"open;\nSELECT 2;\n", 1},
+                 {"SELECT 1 AS a;\nCREATE TRIGGER t AFTER INSERT ON x BEGIN SELECT 1;\n", 1},
+                 {"SELECT 1 AS a;\n/* open\nSELECT 2;\n", 0}};
+    for (const auto& one : cases) {
+        const ToolResult result = Run(one.text);
+        EXPECT_EQ(one.exitCode, result.exitCode) << one.text << result.err;
+        EXPECT_EQ("a\r\n1\r\n", result.out) << one.text;
+        EXPECT_EQ(one.exitCode != 0, result.err.find(At(2)) == 0) << result.err;
+    }
 }
 
 TEST_F(QxsqlScript, PipesCanBeScripts) {

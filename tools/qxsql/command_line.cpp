@@ -377,6 +377,15 @@ std::vector<SortTerm> ParseSort(const std::string& text) {
 
 namespace {
 
+// An empty name comes from a shell's variable without a value, and would be taken for no name at all.
+void RefuseEmptyNames(const CLI::App& app) {
+    for (const char* const option : {"--file", "--output", "--read", "--user", "--procedure", "--function"}) {
+        const CLI::Option* const given = app.get_option(option);
+        if (given->count() > 0 && given->as<std::string>().empty())
+            throw std::invalid_argument(std::string(option) + ": the name is empty");
+    }
+}
+
 // The words behind the program's name, last first as CLI11 takes them. --server-output gets its value by "=":
 // a number behind it belongs to it, and what else follows does not, or the CONNECTION would be taken for it.
 std::vector<std::string> WordsOf(int argc, const char* const* argv) {
@@ -409,6 +418,7 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, i
     DeclareOutput(app, line, raw);
     try {
         app.parse(WordsOf(argc, argv));
+        RefuseEmptyNames(app);
         Interpret(raw, app.count("SQL") > 0, line);
         Check(line);
     } catch (const CLI::ParseError& error) {

@@ -150,8 +150,13 @@ class Run {
     void ReportShortScript() {
         HRESULT code = S_OK;
         std::string reason;
-        if (script == nullptr || !request.GetScriptFailure(code, reason))
+        if (script == nullptr)
             return;
+        if (!request.GetScriptFailure(code, reason)) {
+            if (!script->HasShrunk() || request.GetScriptBytesDone() >= script->Size())
+                return;
+            reason = "The file was cut while it was read.";
+        }
         presenter.Tell(script->Name() + ": the script was not read to its end: " + script->WithName(reason));
         presenter.SetExitCode(ExitFile);
     }

@@ -178,7 +178,10 @@ void Presenter::ErrorArrived(const Errors& errors) {
 void Presenter::ItemEnds(const RunEvent& event) {
     const bool hasMessages = event.resultSet >= 0 && ReadMessages(event.resultSet, event.messages);
     messages.ForgetErrors();
-    script->ItemEnds(event.executed || hasMessages);
+    // Without this nobody sees that a command of the server's client, such as one to connect elsewhere, had
+    // no effect.
+    if (!script->ItemEnds(event.executed || hasMessages) && line.verbose)
+        Tell(script->Place() + ": skipped, nothing for the server");
 }
 
 // True when there were any.

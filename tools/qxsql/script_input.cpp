@@ -89,6 +89,11 @@ void ScriptInput::UseFile(Pipes pipes) {
     }
 }
 
+bool ScriptInput::HasShrunk() const {
+    struct stat status = {};
+    return size > 0 && stat(path.c_str(), &status) == 0 && status.st_size < size;
+}
+
 void ScriptInput::UseStandardInput(Pipes pipes) {
     name = "standard input";
     path = StandardInputPath;

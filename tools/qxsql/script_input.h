@@ -26,6 +26,8 @@ class ScriptInput {
     std::string WithName(std::string text) const;
     // Bytes; 0 when it is not known before the end.
     long long Size() const { return size; }
+    // The file has fewer bytes now than it had: what was read of it may be a part.
+    bool HasShrunk() const;
 
   private:
     void UseFile(Pipes pipes);

@@ -22,13 +22,12 @@ void ScriptReport::ItemBegins(int line) {
     failedNow = false;
 }
 
-void ScriptReport::ItemEnds(bool hadWork) {
+bool ScriptReport::ItemEnds(bool hadWork) {
     if (failedNow)
         ++failed;
-    if (hadWork || failedNow)
-        ++run;
-    else
-        ++skipped;
+    const bool isRun = hadWork || failedNow;
+    ++(isRun ? run : skipped);
+    return isRun;
 }
 
 bool ScriptReport::TakesLine(const std::string& line) {

@@ -17,8 +17,8 @@ class ScriptReport {
     // `line` of the script, from 1.
     void ItemBegins(int line);
     void ItemFailed() { failedNow = true; }
-    // `hadWork`: something was sent to the server, or said about the item.
-    void ItemEnds(bool hadWork);
+    // `hadWork`: something was sent to the server, or said about the item. False for an item that is skipped.
+    bool ItemEnds(bool hadWork);
     void RowsFetched(int count) { fetched += count; }
     // True for the lines in which the engine tells how an item went: how many rows were affected, which are
     // added up, and that there was no result.
