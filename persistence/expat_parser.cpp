@@ -193,7 +193,9 @@ ExpatParser::Result ExpatParser::Finish(bool complete) {
         message = XML_ErrorString(code);
     if (message.size() > MaxMessage)
         message.resize(MaxMessage);
-    handler.OnError(Line(), Column(), message, static_cast<int>(code));
+    const bool refused = !refusal.empty();
+    handler.OnError(refused ? refusalLine : Line(), refused ? refusalColumn : Column(), message,
+                    static_cast<int>(code));
     return Result::Failed;
 }
 
@@ -221,8 +223,11 @@ void ExpatParser::Guarded(Action action) {
 }
 
 void ExpatParser::Refuse(const char* reason) {
-    if (refusal.empty())
+    if (refusal.empty()) {
         refusal = reason;
+        refusalLine = Line();
+        refusalColumn = Column();
+    }
     XML_StopParser(parser.get(), XML_FALSE);
 }
 

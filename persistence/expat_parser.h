@@ -74,7 +74,9 @@ class ExpatParser {
     bool textIsBlank = true;
     bool textCut = false;
     bool cancelled = false;
-    std::string refusal;  // why the parse was stopped as an error
+    std::string refusal;  // why the parse was stopped as an error, and where
+    int refusalLine = 0;
+    int refusalColumn = 0;
     std::exception_ptr failure;
 };
 

@@ -220,9 +220,9 @@ bool PersistenceImpl::WriteResultSetBody(int resultSet, bool wholeFile) {
         ++resultSetsWritten;
     }
     guard.Dismiss();
-    if (wholeFile || failed)
+    if (wholeFile || !FlushOutput())
         return CloseOutput();
-    return FlushOutput();
+    return true;
 }
 
 void PersistenceImpl::WriteRows(int resultSet) {

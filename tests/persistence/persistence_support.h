@@ -8,6 +8,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -16,6 +17,7 @@
 #include "gtest/gtest.h"
 #include "persistence/persistence.h"
 #include "platform/qxsplt/error_record.h"
+#include "storage/append_only_results_storage.h"
 #include "storage/column_definition.h"
 #include "storage/data_storage.h"
 
@@ -80,10 +82,12 @@ inline void InsertTextRow(DataStorage& store, int resultSet, const Row& row) {
     RowLock lock = store.GetRowLock(resultSet);
     lock.Lock();
     for (int column = 0; column < static_cast<int>(row.size()); ++column) {
-        if (row[column])
-            store.InsertString(resultSet, column, *row[column]);
-        else
+        if (!row[column])
             store.InsertNull(resultSet, column);
+        else if (store.GetDataType(resultSet, column) == DataTypeLob)
+            store.InsertLobData(resultSet, column, *row[column], qxdb::DynBuffer());
+        else
+            store.InsertString(resultSet, column, *row[column]);
     }
     lock.UnLock();
 }
@@ -99,6 +103,49 @@ inline int AddTextResultSet(DataStorage& store, const std::vector<std::string>& 
         InsertTextRow(store, resultSet, row);
     return resultSet;
 }
+
+inline ColumnDefinition Column(const std::string& label, EnumDataType type, const std::string& format = "",
+                               int precision = 0) {
+    ColumnDefinition definition;
+    definition.columnLabel = label;
+    definition.dataType = type;
+    definition.timestampFormat = format;
+    definition.precision = precision;
+    return definition;
+}
+
+// Adds a result set of typed columns, whose values are given as texts.
+inline int AddTypedResultSet(DataStorage& store, const std::vector<ColumnDefinition>& definitions,
+                             const std::vector<Row>& rows) {
+    const int resultSet = store.AddResultSet(definitions, ResultSetNormal);
+    for (const Row& row : rows)
+        InsertTextRow(store, resultSet, row);
+    return resultSet;
+}
+
+inline qxdb::Timestamp Time(int year, int month, int day, int hour, int minute, int second, int nanoseconds) {
+    qxdb::Timestamp time;
+    time.SetDate(year, month, day);
+    time.SetTime(hour, minute, second);
+    time.SetFraction(nanoseconds);
+    return time;
+}
+
+// A store whose columns answer with alignments and precisions that the library's own never have.
+class OddStore : public AppendOnlyResultsStorage {
+  public:
+    AlignHint GetAlignHint(int rs, int col) override {
+        const auto found = hints.find(col);
+        return found == hints.end() ? AppendOnlyResultsStorage::GetAlignHint(rs, col)
+                                    : static_cast<AlignHint>(found->second);
+    }
+    int GetPrecision(int rs, int col) override {
+        const auto found = precisions.find(col);
+        return found == precisions.end() ? AppendOnlyResultsStorage::GetPrecision(rs, col) : found->second;
+    }
+    std::map<int, int> hints;  // by column
+    std::map<int, int> precisions;
+};
 
 inline std::vector<std::string> Labels(DataStorage& store, int resultSet) {
     std::vector<std::string> labels;
@@ -133,6 +180,20 @@ class PersistenceTest : public ::testing::Test {
         persistence.SetFileName(file.c_str());
         if (settings)
             settings(persistence);
+        return persistence.ReadAllResultSets();
+    }
+
+    // Takes an OddStore's place; the handle owns it.
+    OddStore& UseOddStore() {
+        OddStore* const odd = new OddStore;
+        store = SmartPtr<DataStorage>(new DataStorage(odd));
+        return *odd;
+    }
+    // Reads the file back into a new store, which takes the place of the old one.
+    bool ReadBack(ResultFileType type) {
+        store = NewStore();
+        Persistence persistence(type, cancel, &callback, store);
+        persistence.SetFileName(file.c_str());
         return persistence.ReadAllResultSets();
     }
 
