@@ -18,9 +18,4 @@ __int64 ReadCatalogNumber(SQLHSTMT statement, SQLUSMALLINT column, __int64 other
 // An attribute of a column of a result, such as its type's name.
 std::string ReadColumnText(SQLHSTMT statement, SQLUSMALLINT column, SQLUSMALLINT attribute);
 
-// A name as a catalog function takes it: null where there is none.
-inline SQLWCHAR* PointerTo(WideText& text) {
-    return text.empty() ? nullptr : text.data();
-}
-
 }  // namespace qxdrivers::odbc

@@ -29,9 +29,8 @@ class Db2Configuration final : public qxdb::ConfigurationParametersImpl {
     bool LoadDatabaseParameters(const std::string&) override {
         parameters.clear();
         const StatementHandle statement(session->Raw());
-        WideText sql = ToWide("SELECT VALUE FROM SYSIBMADM.DBCFG WHERE NAME = 'codeset'");
         if (!SQL_SUCCEEDED(
-                SQLExecDirectW(statement.Raw(), sql.data(), static_cast<SQLINTEGER>(sql.size()))) ||
+                ExecuteText(statement.Raw(), "SELECT VALUE FROM SYSIBMADM.DBCFG WHERE NAME = 'codeset'")) ||
             !SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
             return false;
         }

@@ -5,6 +5,16 @@
 
 namespace qxdrivers::odbc {
 
+namespace {
+
+WideText TerminatedText(const std::string& utf8) {
+    WideText text = ToWide(utf8);
+    text.push_back(0);
+    return text;
+}
+
+}  // namespace
+
 ConnectionHandle::ConnectionHandle() {
     if (!SQL_SUCCEEDED(SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &environment))) {
         ThrowRefusal("The ODBC driver manager gives no environment", "HY001");
@@ -33,12 +43,12 @@ void ConnectionHandle::Connect(const std::string& connectionText, unsigned int t
         SQLSetConnectAttrW(connection, SQL_ATTR_LOGIN_TIMEOUT, AttributeValue(timeoutSeconds),
                            SQL_IS_UINTEGER);
     }
-    WideText text = ToWide(connectionText);
+    WideText text = TerminatedText(connectionText);
     SQLSMALLINT ignored = 0;
     SQLWCHAR completed[1024];
-    const SQLRETURN code = SQLDriverConnectW(
-        connection, nullptr, text.data(), static_cast<SQLSMALLINT>(text.size()), completed,
-        static_cast<SQLSMALLINT>(sizeof completed / sizeof completed[0]), &ignored, SQL_DRIVER_NOPROMPT);
+    const SQLRETURN code = SQLDriverConnectW(connection, nullptr, text.data(), SQL_NTS, completed,
+                                             static_cast<SQLSMALLINT>(sizeof completed / sizeof completed[0]),
+                                             &ignored, SQL_DRIVER_NOPROMPT);
     if (!SQL_SUCCEEDED(code)) {
         throw ReadErrors({SQL_HANDLE_DBC, connection}, "SQLDriverConnect", ErrorContext());
     }
@@ -54,5 +64,17 @@ StatementHandle::StatementHandle(SQLHDBC connection) {
 StatementHandle::~StatementHandle() {
     SQLFreeHandle(SQL_HANDLE_STMT, statement);
 }
+
+SQLRETURN ExecuteText(SQLHSTMT statement, const std::string& sql) {
+    WideText text = TerminatedText(sql);
+    return SQLExecDirectW(statement, text.data(), SQL_NTS);
+}
+
+SQLRETURN PrepareText(SQLHSTMT statement, const std::string& sql) {
+    WideText text = TerminatedText(sql);
+    return SQLPrepareW(statement, text.data(), SQL_NTS);
+}
+
+CatalogName::CatalogName(const std::string& name) : text(name.empty() ? WideText() : TerminatedText(name)) {}
 
 }  // namespace qxdrivers::odbc

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "drivers/odbc/odbc_api.h"
+#include "drivers/odbc/wide_text.h"
 
 namespace qxdrivers::odbc {
 
@@ -43,6 +44,23 @@ class StatementHandle {
 
   private:
     SQLHSTMT statement = SQL_NULL_HSTMT;
+};
+
+// Texts of SQL and names go with a terminator, and not with their lengths: MariaDB's driver takes the letters
+// U+00D8 to U+00DB for halves of pairs, and reads as far beyond a given length as there are such letters.
+// Throw Errors for what is no UTF-8.
+SQLRETURN ExecuteText(SQLHSTMT statement, const std::string& sql);
+SQLRETURN PrepareText(SQLHSTMT statement, const std::string& sql);
+
+// A name for a catalog function. An empty one is none at all.
+class CatalogName {
+  public:
+    explicit CatalogName(const std::string& name);
+    SQLWCHAR* Text() { return text.empty() ? nullptr : text.data(); }
+    SQLSMALLINT Length() const { return text.empty() ? SQLSMALLINT{0} : SQLSMALLINT{SQL_NTS}; }
+
+  private:
+    WideText text;
 };
 
 }  // namespace qxdrivers::odbc

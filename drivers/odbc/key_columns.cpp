@@ -3,7 +3,6 @@
 #include <map>
 
 #include "drivers/odbc/catalog_text.h"
-#include "drivers/odbc/wide_text.h"
 
 namespace qxdrivers::odbc {
 
@@ -13,23 +12,21 @@ namespace {
 class WideName {
   public:
     explicit WideName(const TableName& name)
-        : catalog(ToWide(name.catalog)), schema(ToWide(name.schema)), table(ToWide(name.table)) {}
+        : catalog(name.catalog), schema(name.schema), table(name.table) {}
 
     SQLRETURN PrimaryKeys(SQLHSTMT statement) {
-        return SQLPrimaryKeysW(statement, PointerTo(catalog), Length(catalog), PointerTo(schema),
-                               Length(schema), PointerTo(table), Length(table));
+        return SQLPrimaryKeysW(statement, catalog.Text(), catalog.Length(), schema.Text(), schema.Length(),
+                               table.Text(), table.Length());
     }
     SQLRETURN UniqueIndexes(SQLHSTMT statement) {
-        return SQLStatisticsW(statement, PointerTo(catalog), Length(catalog), PointerTo(schema),
-                              Length(schema), PointerTo(table), Length(table), SQL_INDEX_UNIQUE, SQL_QUICK);
+        return SQLStatisticsW(statement, catalog.Text(), catalog.Length(), schema.Text(), schema.Length(),
+                              table.Text(), table.Length(), SQL_INDEX_UNIQUE, SQL_QUICK);
     }
 
   private:
-    static SQLSMALLINT Length(const WideText& text) { return static_cast<SQLSMALLINT>(text.size()); }
-
-    WideText catalog;
-    WideText schema;
-    WideText table;
+    CatalogName catalog;
+    CatalogName schema;
+    CatalogName table;
 };
 
 std::vector<std::string> ReadPrimaryKey(Session& session, WideName& name) {

@@ -18,6 +18,7 @@ namespace {
 constexpr std::size_t pieceBytes = 64 * 1024;
 // Of values that a driver keeps whole: bytes that are asked for at once...
 constexpr __int64 partBytes = 16 * 1024 * 1024;
+constexpr __int64 cursorPartBytes = 4 * 1024 * 1024;  // the driver has them in several forms
 // ...and bytes that are sent at once.
 constexpr std::size_t sentBytes = 1024 * 1024;
 constexpr std::uintmax_t longestSentWhole = 4 * 1024 * 1024;
@@ -106,7 +107,7 @@ void WriteByCursor(const LobPlace& place, const std::shared_ptr<Session>& sessio
                    const std::string& fileName, std::ofstream& file) {
     const bool isText = place.type.kind == ValueKind::CharacterLob;
     const std::string bytes = isText ? "convert_to(" + place.column + ", 'UTF8')" : place.column;
-    const std::string size = std::to_string(partBytes);
+    const std::string size = std::to_string(cursorPartBytes);
     OwnTransaction transaction(*session);
     session->RunSilently("DECLARE qxodbc_lob NO SCROLL CURSOR FOR SELECT substring(v FROM i FOR " + size +
                          ") FROM (SELECT " + bytes + " AS v FROM " + place.source + condition.sql +

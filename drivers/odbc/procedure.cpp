@@ -83,13 +83,12 @@ CatalogRow ReadRow(SQLHSTMT statement) {
 
 std::vector<CatalogRow> ReadCatalog(Session& session, const NameParts& name) {
     const StatementHandle statement(session.Raw());
-    WideText catalog = ToWide(name.catalog);
-    WideText schema = ToWide(name.schema);
-    WideText procedure = ToWide(name.procedure);
+    CatalogName catalog(name.catalog);
+    CatalogName schema(name.schema);
+    CatalogName procedure(name.procedure);
     const SQLRETURN code =
-        SQLProcedureColumnsW(statement.Raw(), PointerTo(catalog), static_cast<SQLSMALLINT>(catalog.size()),
-                             PointerTo(schema), static_cast<SQLSMALLINT>(schema.size()), PointerTo(procedure),
-                             static_cast<SQLSMALLINT>(procedure.size()), nullptr, 0);
+        SQLProcedureColumnsW(statement.Raw(), catalog.Text(), catalog.Length(), schema.Text(),
+                             schema.Length(), procedure.Text(), procedure.Length(), nullptr, 0);
     if (!SQL_SUCCEEDED(code)) {
         throw ReadErrors({SQL_HANDLE_STMT, statement.Raw()}, "SQLProcedureColumns",
                          {session.Traits().family, nullptr});
@@ -122,13 +121,13 @@ void TakeDeclaredTypes(Session& session, const NameParts& name, std::vector<Cata
         return;
     }
     const StatementHandle statement(session.Raw());
-    WideText sql = ToWide(
+    const std::string sql =
         "SELECT ORDINAL_POSITION, COALESCE(PARAMETER_NAME, ''), DTD_IDENTIFIER FROM "
         "INFORMATION_SCHEMA.PARAMETERS "
         "WHERE SPECIFIC_SCHEMA = " +
         QuoteLiteral(name.catalog, session.Traits()) +
-        " AND SPECIFIC_NAME = " + QuoteLiteral(name.procedure, session.Traits()));
-    if (!SQL_SUCCEEDED(SQLExecDirectW(statement.Raw(), sql.data(), static_cast<SQLINTEGER>(sql.size())))) {
+        " AND SPECIFIC_NAME = " + QuoteLiteral(name.procedure, session.Traits());
+    if (!SQL_SUCCEEDED(ExecuteText(statement.Raw(), sql))) {
         return;
     }
     while (SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
@@ -206,13 +205,11 @@ ProcedureInfo Select(const std::vector<ProcedureInfo>& procedures, unsigned int 
 // Of a procedure without parameters the catalog of columns knows nothing.
 bool IsListed(Session& session, const NameParts& name, bool& isFunction) {
     const StatementHandle statement(session.Raw());
-    WideText catalog = ToWide(name.catalog);
-    WideText schema = ToWide(name.schema);
-    WideText procedure = ToWide(name.procedure);
-    const SQLRETURN code =
-        SQLProceduresW(statement.Raw(), PointerTo(catalog), static_cast<SQLSMALLINT>(catalog.size()),
-                       PointerTo(schema), static_cast<SQLSMALLINT>(schema.size()), PointerTo(procedure),
-                       static_cast<SQLSMALLINT>(procedure.size()));
+    CatalogName catalog(name.catalog);
+    CatalogName schema(name.schema);
+    CatalogName procedure(name.procedure);
+    const SQLRETURN code = SQLProceduresW(statement.Raw(), catalog.Text(), catalog.Length(), schema.Text(),
+                                          schema.Length(), procedure.Text(), procedure.Length());
     if (!SQL_SUCCEEDED(code)) {
         return false;
     }
@@ -239,10 +236,7 @@ bool IsPostgresProcedure(Session& session, const NameParts& name) {
         sql += " AND n.nspname = " + QuoteLiteral(name.schema, traits);
     }
     const StatementHandle statement(session.Raw());
-    WideText wide = ToWide(sql);
-    return SQL_SUCCEEDED(
-               SQLExecDirectW(statement.Raw(), wide.data(), static_cast<SQLINTEGER>(wide.size()))) &&
-           SQL_SUCCEEDED(SQLFetch(statement.Raw()));
+    return SQL_SUCCEEDED(ExecuteText(statement.Raw(), sql)) && SQL_SUCCEEDED(SQLFetch(statement.Raw()));
 }
 
 }  // namespace

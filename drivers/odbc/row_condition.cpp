@@ -121,9 +121,7 @@ Execution::Execution(const std::shared_ptr<Session>& session, const std::string&
     for (std::size_t i = 0; i < condition.values.size(); ++i) {
         binding->Slot(i).value = condition.values[i];
     }
-    WideText wide = ToWide(sql);
-    core->Call("SQLPrepare",
-               [&] { return SQLPrepareW(core->Raw(), wide.data(), static_cast<SQLINTEGER>(wide.size())); });
+    core->Call("SQLPrepare", [&] { return PrepareText(core->Raw(), sql); });
 }
 
 void Execution::BindCondition(unsigned int first) {

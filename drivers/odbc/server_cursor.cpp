@@ -5,7 +5,6 @@
 
 #include "drivers/odbc/sql_scan.h"
 #include "drivers/odbc/transaction.h"
-#include "drivers/odbc/wide_text.h"
 
 namespace qxdrivers::odbc {
 
@@ -18,11 +17,6 @@ constexpr unsigned int firstRows = 20;
 
 // A connection has one at a time; it is no name that a user's own cursor has.
 constexpr const char* cursorName = "qxodbc_cursor";
-
-SQLRETURN ExecuteText(SQLHSTMT statement, const std::string& sql) {
-    WideText wide = ToWide(sql);
-    return SQLExecDirectW(statement, wide.data(), static_cast<SQLINTEGER>(wide.size()));
-}
 
 }  // namespace
 

@@ -91,15 +91,14 @@ bool Session::ZeroDatesAreTold() {
     SQL_TIMESTAMP_STRUCT values[rows];
     SQLLEN indicators[rows] = {};
     std::memset(values, 0x55, sizeof values);
-    WideText sql =
-        ToWide("SELECT CAST(NULL AS DATETIME) AS a UNION ALL SELECT CAST('0000-00-00 00:00:00' AS DATETIME)");
-    const bool read =
-        SQL_SUCCEEDED(SQLSetStmtAttrW(statement.Raw(), SQL_ATTR_ROW_ARRAY_SIZE, AttributeValue(rows),
-                                      SQL_IS_UINTEGER)) &&
-        SQL_SUCCEEDED(SQLExecDirectW(statement.Raw(), sql.data(), static_cast<SQLINTEGER>(sql.size()))) &&
-        SQL_SUCCEEDED(
-            SQLBindCol(statement.Raw(), 1, SQL_C_TYPE_TIMESTAMP, values, sizeof values[0], indicators)) &&
-        SQL_SUCCEEDED(SQLFetch(statement.Raw()));
+    const std::string sql =
+        "SELECT CAST(NULL AS DATETIME) AS a UNION ALL SELECT CAST('0000-00-00 00:00:00' AS DATETIME)";
+    const bool read = SQL_SUCCEEDED(SQLSetStmtAttrW(statement.Raw(), SQL_ATTR_ROW_ARRAY_SIZE,
+                                                    AttributeValue(rows), SQL_IS_UINTEGER)) &&
+                      SQL_SUCCEEDED(ExecuteText(statement.Raw(), sql)) &&
+                      SQL_SUCCEEDED(SQLBindCol(statement.Raw(), 1, SQL_C_TYPE_TIMESTAMP, values,
+                                               sizeof values[0], indicators)) &&
+                      SQL_SUCCEEDED(SQLFetch(statement.Raw()));
     constexpr SQLSMALLINT untouched = 0x5555;
     return read && indicators[0] == SQL_NULL_DATA && values[0].year == untouched &&
            indicators[1] == SQL_NULL_DATA && values[1].year == 0 && values[1].month == 0;
@@ -134,8 +133,7 @@ std::string Session::CurrentDatabase() const {
 
 void Session::RunSilently(const std::string& sql) {
     const StatementHandle statement(Raw());
-    WideText wide = ToWide(sql);
-    const SQLRETURN code = SQLExecDirectW(statement.Raw(), wide.data(), static_cast<SQLINTEGER>(wide.size()));
+    const SQLRETURN code = ExecuteText(statement.Raw(), sql);
     if (!SQL_SUCCEEDED(code) && code != SQL_NO_DATA) {
         throw ReadErrors({SQL_HANDLE_STMT, statement.Raw()}, "SQLExecDirect", {traits.family, nullptr});
     }
@@ -160,16 +158,13 @@ void Session::KillQuery() const {
     ConnectionHandle killer;
     killer.Connect(connectionText, killConnectSeconds);
     const StatementHandle statement(killer.Raw());
-    WideText sql = ToWide("KILL QUERY " + std::to_string(serverThread));
-    SQLExecDirectW(statement.Raw(), sql.data(), static_cast<SQLINTEGER>(sql.size()));
+    ExecuteText(statement.Raw(), "KILL QUERY " + std::to_string(serverThread));
 }
 
 __int64 Session::QueryNumber(const char* sql, __int64 otherwise) const {
     const StatementHandle statement(Raw());
-    WideText wide = ToWide(sql);
     const bool read =
-        SQL_SUCCEEDED(SQLExecDirectW(statement.Raw(), wide.data(), static_cast<SQLINTEGER>(wide.size()))) &&
-        SQL_SUCCEEDED(SQLFetch(statement.Raw()));
+        SQL_SUCCEEDED(ExecuteText(statement.Raw(), sql)) && SQL_SUCCEEDED(SQLFetch(statement.Raw()));
     return read ? ReadCatalogNumber(statement.Raw(), 1, otherwise) : otherwise;
 }
 

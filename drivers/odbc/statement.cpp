@@ -30,19 +30,6 @@ bool MayChangeRows(const std::string& word) {
     return IsOneOf(word, {"SELECT", "CALL", "EXEC", "EXECUTE", ""});
 }
 
-// A text goes with a terminator, and not with its length: MariaDB's driver takes the letters U+00D8 to U+00DB
-// for halves of pairs, and reads as far beyond a given length as there are such letters.
-WideText TerminatedText(const std::string& sql) {
-    WideText wide = ToWide(sql);
-    wide.push_back(0);
-    return wide;
-}
-
-SQLRETURN PrepareWide(SQLHSTMT statement, const std::string& sql) {
-    WideText wide = TerminatedText(sql);
-    return SQLPrepareW(statement, wide.data(), SQL_NTS);
-}
-
 // The value of a field in the form that an output has.
 ParameterValue ValueOf(ResultField& field, const ResultColumn& column, const ParameterSlot& slot) {
     if (field.IsNull()) {
@@ -133,7 +120,7 @@ void OdbcStatement::Prepare(const std::string& sqlOrProcedureName, qxdb::Stateme
 }
 
 void OdbcStatement::PrepareOnServer(const std::string& sql) {
-    core->Call("SQLPrepare", [&] { return PrepareWide(core->Raw(), sql); });
+    core->Call("SQLPrepare", [&] { return odbc::PrepareText(core->Raw(), sql); });
     preparedOnServer = true;
 }
 
@@ -269,8 +256,7 @@ SQLRETURN OdbcStatement::RunDirect() {
         serverCursor = ServerCursor::Open(core);
         return SQL_SUCCESS;
     }
-    WideText wide = TerminatedText(core->Sql());
-    return core->Call("SQLExecDirect", [&] { return SQLExecDirectW(core->Raw(), wide.data(), SQL_NTS); });
+    return core->Call("SQLExecDirect", [&] { return ExecuteText(core->Raw(), core->Sql()); });
 }
 
 SQLRETURN OdbcStatement::RunPlan() {
@@ -298,7 +284,7 @@ void OdbcStatement::SetVariables() {
     for (const std::size_t slot : plan.variableInputs) {
         const auto setter = std::make_shared<StatementCore>(core->SharedSession());
         const std::string sql = "SET " + CallPlan::VariableOf(slot) + " = ?";
-        setter->Call("SQLPrepare", [&] { return PrepareWide(setter->Raw(), sql); });
+        setter->Call("SQLPrepare", [&] { return odbc::PrepareText(setter->Raw(), sql); });
         const ParameterBuffers value(setter, {{&parameters->Slot(slot), true}});
         setter->Call("SQLExecute", [&] { return SQLExecute(setter->Raw()); });
     }
@@ -310,10 +296,7 @@ void OdbcStatement::ReadVariables() {
         sql += (sql.empty() ? "SELECT " : ", ") + CallPlan::VariableOf(slot);
     }
     const auto reader = std::make_shared<StatementCore>(core->SharedSession());
-    WideText wide = ToWide(sql);
-    reader->Call("SQLExecDirect", [&] {
-        return SQLExecDirectW(reader->Raw(), wide.data(), static_cast<SQLINTEGER>(wide.size()));
-    });
+    reader->Call("SQLExecDirect", [&] { return ExecuteText(reader->Raw(), sql); });
     const auto row = std::make_shared<ResultSet>(reader, 0, nullptr, false);
     row->Fetch();
     for (std::size_t i = 0; i < plan.outputSlots.size(); ++i) {

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "drivers/odbc/wide_text.h"
-
 namespace qxdrivers::odbc {
 
 OwnTransaction::OwnTransaction(Session& owner)
@@ -32,8 +30,7 @@ void OwnTransaction::Commit() {
 // A transaction that is open makes BEGIN a warning.
 bool BeginUnlessOpen(Session& session, const ErrorContext& context) {
     const StatementHandle statement(session.Raw());
-    WideText sql = ToWide("BEGIN");
-    const SQLRETURN code = SQLExecDirectW(statement.Raw(), sql.data(), static_cast<SQLINTEGER>(sql.size()));
+    const SQLRETURN code = ExecuteText(statement.Raw(), "BEGIN");
     const HandleRef source{SQL_HANDLE_STMT, statement.Raw()};
     if (!SQL_SUCCEEDED(code)) {
         throw ReadErrors(source, "SQLExecDirect", context);

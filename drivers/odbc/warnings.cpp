@@ -1,7 +1,6 @@
 #include "drivers/odbc/warnings.h"
 
 #include "drivers/odbc/sql_scan.h"
-#include "drivers/odbc/wide_text.h"
 
 namespace qxdrivers::odbc {
 
@@ -30,10 +29,9 @@ struct WarningRow {
 
 void ReadWarnings(Session& session) {
     const StatementHandle statement(session.Raw());
-    WideText sql = ToWide("SHOW WARNINGS");
     WarningRow row;
     const bool good =
-        SQL_SUCCEEDED(SQLExecDirectW(statement.Raw(), sql.data(), static_cast<SQLINTEGER>(sql.size()))) &&
+        SQL_SUCCEEDED(ExecuteText(statement.Raw(), "SHOW WARNINGS")) &&
         SQL_SUCCEEDED(
             SQLBindCol(statement.Raw(), 1, SQL_C_CHAR, row.level, sizeof row.level, &row.levelBytes)) &&
         SQL_SUCCEEDED(SQLBindCol(statement.Raw(), 2, SQL_C_SLONG, &row.code, 0, &row.codeBytes)) &&
