@@ -3,8 +3,8 @@
 #include <memory>
 #include <utility>
 
-#include "platform/qxutils/qx_exception.h"
 #include "storage/append_only_results_storage.h"
+#include "storage/editable_results_storage.h"
 #include "storage/store_exceptions.h"
 
 namespace qxdbsqlengine {
@@ -41,9 +41,11 @@ void DataStorage::Release() {
 }
 
 DataStorage DataStorage::CreateResultsStorage(bool editable) {
+    std::unique_ptr<DataContainer> created;
     if (editable)
-        throw qxutils::QXException("Editable results are not available in this build");
-    auto created = std::make_unique<AppendOnlyResultsStorage>();
+        created = std::make_unique<EditableResultsStorage>();
+    else
+        created = std::make_unique<AppendOnlyResultsStorage>();
     return DataStorage(created.release());
 }
 

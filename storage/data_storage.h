@@ -30,11 +30,14 @@ class QXSENG2_API DataStorage {
     DataStorage& operator=(const DataStorage& other);
     ~DataStorage();
 
-    // A new empty container in a new handle. Editable results throw QXException in this build.
+    // A new empty container in a new handle. Editable results lie in memory with all they have; others move
+    // to a cache file as they grow.
     static DataStorage CreateResultsStorage(bool editable);
     // Another handle on the same container, with a new view: all rows in the order in which they arrived, so
-    // that its row numbers are the physical rows. Not for an empty handle.
+    // that its row numbers are the physical rows, save in editable results. Not for an empty handle.
     DataStorage ArrivalOrder();
+    // Whether Edit works.
+    bool IsEditable() const { return edit.container != nullptr; }
 
     // Drops all result sets; nothing for an empty handle.
     void CleanUp();

@@ -58,7 +58,8 @@ bool RowReader::Visit(int row, CellSink& sink) {
         Replay(row, sink);
         return true;
     }
-    if (inSequence && blockRows >= FewestRows && storage.IsSorted(resultSet) && Fill(row)) {
+    if (inSequence && blockRows >= FewestRows && !storage.IsEditable() && storage.IsSorted(resultSet) &&
+        Fill(row)) {
         Replay(row, sink);
         return true;
     }

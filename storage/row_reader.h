@@ -16,8 +16,8 @@ namespace qxdbsqlengine {
 // Hands out rows of a view as DataStorage::VisitRow does. The rows of a sorted view lie all over the cache
 // file, and a row read at its place costs a mapping for nearly every cell. So rows that are asked for in
 // sequence are taken in blocks: the rows of a block are read in the order in which they lie, kept as text,
-// and handed out in the order of the view. Rows of an unsorted view, and rows asked for out of sequence, are
-// read where they are.
+// and handed out in the order of the view. Rows of an unsorted view, rows asked for out of sequence, and
+// those of editable results, which have no cache file, are read where they are.
 //
 // One thread; the storage and the format must outlive it. A block holds at most BlockCells cells and
 // BlockBytes of text; larger values make it shorter. It shows the view as it was when the block was taken:

@@ -132,10 +132,15 @@ void MergeSort(std::vector<int>& rows, const Before& before) {
 // Tells whether one physical row goes before another.
 class RowSorter::Comparator {
   public:
-    Comparator(const std::vector<SortColumn>& sortColumns, NullIndicator& nulls, int option)
-        : columns(sortColumns), nullIndicator(nulls), sortOption(option) {}
+    Comparator(const std::vector<SortColumn>& sortColumns, NullIndicator& nulls, int option,
+               const int* physicalRows)
+        : columns(sortColumns), nullIndicator(nulls), sortOption(option), rowMap(physicalRows) {}
 
     bool operator()(int a, int b) const {
+        if (rowMap) {
+            a = rowMap[a];
+            b = rowMap[b];
+        }
         for (const SortColumn& by : columns) {
             const bool aNull = nullIndicator.IsNull(by.number, a);
             const bool bNull = nullIndicator.IsNull(by.number, b);
@@ -154,10 +159,15 @@ class RowSorter::Comparator {
     const std::vector<SortColumn>& columns;
     NullIndicator& nullIndicator;
     int sortOption;
+    const int* rowMap;
 };
 
-RowSorter::RowSorter(std::vector<SortColumn> sortColumns, NullIndicator* nulls, int option)
-    : columns(std::move(sortColumns)), nullIndicator(nulls), sortOption(option) {}
+RowSorter::RowSorter(std::vector<SortColumn> sortColumns, NullIndicator* nulls, int option,
+                     std::vector<int> rowNumbers)
+    : columns(std::move(sortColumns)),
+      nullIndicator(nulls),
+      sortOption(option),
+      physicalRows(std::move(rowNumbers)) {}
 
 RowSorter::~RowSorter() = default;
 
@@ -171,7 +181,7 @@ void RowSorter::Sort(Rows& rows, int rowCount) {
 void RowSorter::SortByComparison(Rows& rows) {
     std::vector<int> order(static_cast<std::size_t>(rows.Size()));
     rows.Read(0, order.data(), rows.Size());
-    const auto before = std::make_unique<Comparator>(columns, *nullIndicator, sortOption);
+    const auto before = std::make_unique<Comparator>(columns, *nullIndicator, sortOption, RowMap());
     MergeSort(order, *before);
     for (std::size_t i = 0; i < order.size(); ++i)
         rows.GetItem(static_cast<int>(i)) = order[i];
@@ -191,7 +201,7 @@ void RowSorter::SortByKeys(Rows& rows, int rowCount) {
         rows.GetItem(static_cast<int>(i)) = static_cast<int>(items[i].Row());
 }
 
-// One item for each row of the array, in physical order.
+// One item for each row of the array, in the order of their numbers.
 void RowSorter::ListRows(Rows& rows, int rowCount) {
     const int count = rows.Size();
     items.resize(static_cast<std::size_t>(count));
@@ -253,7 +263,7 @@ void RowSorter::SortColumnKeys(const SortColumn& by) {
         SortPart(by, position, oneGroup);
         if (oneGroup && open == before && IsOneGroup()) {
             text.clear();
-            by.column->AppendSortKey(static_cast<int>(items.front().Row()), position, PartBytes, text);
+            by.column->AppendSortKey(PhysicalRow(items.front()), position, PartBytes, text);
         } else {
             position.skip += oneGroup ? PartBytes : RankedPartBytes;
         }
@@ -263,7 +273,7 @@ void RowSorter::SortColumnKeys(const SortColumn& by) {
 // Nulls are equal among themselves, and less than all values.
 void RowSorter::SplitNulls(const SortColumn& by) {
     OrderOpenByRow();
-    SortKeySink sink(items.data(), open, SortKeyPosition(), true, by.ascending);
+    SortKeySink sink(items.data(), open, SortKeyPosition(), true, by.ascending, RowMap());
     bool any = false;
     for (std::size_t i = 0; i < open; ++i) {
         const bool isNull = nullIndicator->IsNull(by.number, sink.Row(i));
@@ -282,7 +292,7 @@ void RowSorter::SplitNulls(const SortColumn& by) {
 void RowSorter::SortPart(const SortColumn& by, const SortKeyPosition& position, bool oneGroup) {
     OrderOpenByRow();
     const std::size_t base = RankOf(items.front());
-    SortKeySink sink(items.data(), open, position, !oneGroup, by.ascending);
+    SortKeySink sink(items.data(), open, position, !oneGroup, by.ascending, RowMap());
     by.column->PutSortKeys(sink);
     SortItems(items, 0, open, ByKeyAndRow());
     const std::size_t length = KeyLength(*by.column);
@@ -343,7 +353,8 @@ void RowSorter::SortGroup(const SortColumn& by, Group group, std::vector<Group>&
         Mark(group.first, group.last, group.rank, EqualSoFar);
         return;
     }
-    SortKeySink sink(&items[group.first], group.last - group.first, group.position, false, by.ascending);
+    SortKeySink sink(&items[group.first], group.last - group.first, group.position, false, by.ascending,
+                     RowMap());
     by.column->PutSortKeys(sink);
     SortItems(items, group.first, group.last, ByKeyAndRow());
     SplitRuns(group.first, group.last, false, group.rank, by.ascending, 0);
@@ -354,7 +365,7 @@ void RowSorter::SortGroup(const SortColumn& by, Group group, std::vector<Group>&
         if ((items[i].high & LowHalf) == Open) {
             Group next = {i, end, RankOf(items[i]), group.position};
             text.clear();
-            by.column->AppendSortKey(static_cast<int>(items[i].Row()), next.position, PartBytes, text);
+            by.column->AppendSortKey(PhysicalRow(items[i]), next.position, PartBytes, text);
             pending.push_back(next);
         }
         i = end;
@@ -363,7 +374,7 @@ void RowSorter::SortGroup(const SortColumn& by, Group group, std::vector<Group>&
 
 // Moves the group's position over the bytes that all its keys share. False when that is all of them.
 bool RowSorter::SkipCommon(ColumnSetStorage& column, Group& group) {
-    const int first = static_cast<int>(items[group.first].Row());
+    const int first = PhysicalRow(items[group.first]);
     std::string shared;
     for (std::size_t chunk = FirstChunk;; chunk = std::min(chunk * 2, LastChunk)) {
         shared.clear();
@@ -374,7 +385,7 @@ bool RowSorter::SkipCommon(ColumnSetStorage& column, Group& group) {
         for (std::size_t i = group.first + 1; i < group.last && common > 0; ++i) {
             SortKeyPosition position = group.position;
             text.clear();
-            column.AppendSortKey(static_cast<int>(items[i].Row()), position, common, text);
+            column.AppendSortKey(PhysicalRow(items[i]), position, common, text);
             const auto differs = std::mismatch(text.begin(), text.end(), shared.begin());
             common = static_cast<std::size_t>(differs.first - text.begin());
         }
@@ -394,8 +405,7 @@ void RowSorter::SortSmallGroup(const SortColumn& by, const Group& group) {
     for (std::size_t i = group.first; i < group.last; ++i) {
         keys.emplace_back(std::string(), items[i].Row());
         SortKeyPosition position = group.position;
-        by.column->AppendSortKey(static_cast<int>(items[i].Row()), position, std::string::npos,
-                                 keys.back().first);
+        by.column->AppendSortKey(PhysicalRow(items[i]), position, std::string::npos, keys.back().first);
     }
     std::sort(keys.begin(), keys.end(), [&by](const auto& a, const auto& b) {
         const int c = a.first.compare(b.first);

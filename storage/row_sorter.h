@@ -20,7 +20,7 @@ struct SortColumn {
     bool ascending;
 };
 
-// Sorts an array of physical rows by the values of columns, nulls lowest, for one call of Sort. The caller
+// Sorts an array of rows by the values of columns, nulls lowest, for one call of Sort. The caller
 // holds the container exclusively. When something throws (memory, a column), the array keeps its old order.
 //
 // With option 0 it goes by sort keys (sort_key.h), 16 bytes a row in one vector: all rows get the first 12
@@ -32,11 +32,14 @@ struct SortColumn {
 // by comparing the columns themselves, which cannot leave the array whatever the comparison says.
 class RowSorter {
   public:
-    // `nulls` may be null when there are no columns.
-    RowSorter(std::vector<SortColumn> sortColumns, NullIndicator* nulls, int option);
+    // `nulls` may be null when there are no columns. `physicalRows`: the physical rows by the rows that the
+    // array to sort holds; empty where it holds physical rows itself.
+    RowSorter(std::vector<SortColumn> sortColumns, NullIndicator* nulls, int option,
+              std::vector<int> physicalRows = {});
     ~RowSorter();
 
-    // `rowCount`: physical rows; an array of as many rows has them all.
+    // `rowCount`: all rows; an array of as many rows has them all. Rows with equal values end up in the order
+    // of their numbers.
     void Sort(StorageBase<int, int, 65536>& rows, int rowCount);
 
   private:
@@ -69,10 +72,15 @@ class RowSorter {
     void SortSmallGroup(const SortColumn& by, const Group& group);
     bool SkipCommon(ColumnSetStorage& column, Group& group);
     void PlaceEqual();
+    const int* RowMap() const { return physicalRows.empty() ? nullptr : physicalRows.data(); }
+    int PhysicalRow(const SortItem& item) const {
+        return physicalRows.empty() ? static_cast<int>(item.Row()) : physicalRows[item.Row()];
+    }
 
     std::vector<SortColumn> columns;
     NullIndicator* nullIndicator;
     int sortOption;
+    const std::vector<int> physicalRows;
 
     std::vector<SortItem> items;
     std::size_t open = 0;  // the first `open` items are to be looked at; the others wait or are placed

@@ -37,7 +37,8 @@ struct SortKeyPosition {
     std::size_t skip = 0;
 };
 
-// One row while it is sorted: 12 bytes of key, most significant first, and the physical row.
+// One row while it is sorted: 12 bytes of key, most significant first, and the row: the physical one, or one
+// that a sink translates.
 struct SortItem {
     std::uint64_t high;
     std::uint64_t low;
@@ -55,16 +56,21 @@ class SortKeySink {
   public:
     // `ranked`: the items hold a 4-byte rank in front, which stays, so that only 8 bytes of each part are
     // kept.
+    // `physicalRows`: the physical rows by the rows of the items; null where they are the same.
     SortKeySink(SortItem* first, std::size_t itemCount, const SortKeyPosition& keyPosition, bool ranked,
-                bool ascending)
+                bool ascending, const int* physicalRows = nullptr)
         : items(first),
           count(itemCount),
           position(keyPosition),
           hasRank(ranked),
-          mask(ascending ? 0 : ~0ULL) {}
+          mask(ascending ? 0 : ~0ULL),
+          rowMap(physicalRows) {}
 
     std::size_t Count() const { return count; }
-    int Row(std::size_t i) const { return static_cast<int>(items[i].Row()); }
+    // The physical row.
+    int Row(std::size_t i) const {
+        return rowMap ? rowMap[items[i].Row()] : static_cast<int>(items[i].Row());
+    }
     // Where the part that is wanted begins, in every row's key; it has PartSize bytes.
     const SortKeyPosition& Position() const { return position; }
     // The same for keys that are never cut, those of fixed-size values and decimals.
@@ -103,6 +109,7 @@ class SortKeySink {
     SortKeyPosition position;
     bool hasRank;
     std::uint64_t mask;
+    const int* rowMap;
 };
 
 // Left-justified 8-byte keys of numbers.

@@ -119,7 +119,7 @@ class StorageBase {
     // The items from `from` on that lie side by side in memory, for passes over a column page by page.
     // `count` is how many; 0 and null behind the end. Valid until the next operation on anything of the same
     // container.
-    const T* Span(SizeType from, SizeType& count) {
+    T* Span(SizeType from, SizeType& count) {
         if (static_cast<Unsigned>(from) >= static_cast<Unsigned>(size)) {
             count = 0;
             return nullptr;
@@ -127,6 +127,11 @@ class StorageBase {
         count = std::min(openItems(from), static_cast<SizeType>(size - from));
         return ptr(from);
     }
+
+    // Takes item `at` out; those behind it move down. REQUIRES: it exists.
+    void Erase(SizeType at);
+    // Moves the last item to `at`; those from there on move up. REQUIRES: both exist.
+    void MoveLastTo(SizeType at);
 
     Iterator begin() { return Iterator(this, 0); }
     Iterator end() { return Iterator(this, size); }
@@ -168,6 +173,32 @@ class StorageBase {
     SizeType tailMask = 0;
     AllocBlock chunkTail;  // stands for a chunk, which has no record of its own
 };
+
+// Chunk by chunk and page by page; only one of them is looked at at a time.
+template <class T, class SizeType, int PageSize>
+void StorageBase<T, SizeType, PageSize>::Erase(SizeType at) {
+    for (SizeType count = 0;; at += count) {
+        T* const items = Span(at, count);
+        std::memmove(items, items + 1, static_cast<std::size_t>(count - 1) * sizeof(T));
+        if (at + count == size)
+            break;
+        const T moved = *ptr(at + count);
+        *ptr(at + count - 1) = moved;
+    }
+    RemoveBack();
+}
+
+template <class T, class SizeType, int PageSize>
+void StorageBase<T, SizeType, PageSize>::MoveLastTo(SizeType at) {
+    T moved = *ptr(size - 1);
+    for (SizeType count = 0; at < size; at += count) {
+        T* const items = Span(at, count);
+        const T last = items[count - 1];
+        std::memmove(items + 1, items, static_cast<std::size_t>(count - 1) * sizeof(T));
+        items[0] = moved;
+        moved = last;
+    }
+}
 
 template <class T, class SizeType, int PageSize>
 void StorageBase<T, SizeType, PageSize>::NextTail() {

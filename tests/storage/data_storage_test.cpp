@@ -91,9 +91,20 @@ TEST(DataStorageTest, CleanUpDropsTheResultSetsOfAllHandles) {
     EXPECT_EQ(0, other.GetNumberOfResultSets());
 }
 
-TEST(DataStorageTest, EditableResultsAreRefused) {
-    EXPECT_EQ("Editable results are not available in this build",
-              FailureOf([] { DataStorage::CreateResultsStorage(true); }));
+TEST(DataStorageTest, EditableResultsAreEditable) {
+    DataStorage store = DataStorage::CreateResultsStorage(true);
+    EXPECT_TRUE(store.IsEditable());
+    store.AddResultSet(Columns({DataTypeString}), ResultSetNormal);
+    store.InsertString(0, 0, "before");
+    store.Edit().SetString(0, 0, 0, "after");
+    EXPECT_EQ("after", store.GetString(0, 0, 0));
+    DataStorage copy(store);
+    EXPECT_TRUE(copy.IsEditable());
+    copy.Edit().InsertRow(0, 0);
+    EXPECT_EQ(2, store.GetNumberOfRows(0));
+    copy = DataStorage::CreateResultsStorage(false);
+    EXPECT_FALSE(copy.IsEditable());
+    EXPECT_FALSE(DataStorage().IsEditable());
 }
 
 TEST(DataStorageTest, AppendOnlyResultsAreNotEditable) {

@@ -6,6 +6,8 @@
 #include <random>
 #include <vector>
 
+#include "storage/storage_doubles.h"
+
 namespace qxdbsqlengine {
 namespace {
 
@@ -105,6 +107,53 @@ TEST_F(MainIndexTest, FindValueIsThePositionOrTheSize) {
     EXPECT_EQ(3, index.FindValue(1));
     EXPECT_EQ(3, index.FindValue(99));
     EXPECT_EQ(0, index.GetMappedValue(3));
+}
+
+TEST_F(MainIndexTest, AddRowCanBeTakenBack) {
+    Fill(3);
+    EXPECT_EQ(3, index.AddRow());
+    index.UndoAddRow();
+    EXPECT_EQ(3, index.PhysicalRows());
+    EXPECT_FALSE(index.HasOpenRow());
+    index.DeleteRow(0);
+    index.DeleteRow(0);
+    EXPECT_TRUE(index.HasOpenRow());
+    EXPECT_EQ(0, index.AddRow());
+    index.UndoAddRow();
+    EXPECT_EQ(0, index.AddRow());
+    EXPECT_EQ(1, index.AddRow());
+    EXPECT_EQ(3, index.AddRow());
+    EXPECT_TRUE(index.ValueInserted());
+    EXPECT_EQ(4, index.PhysicalRows());
+}
+
+TEST_F(MainIndexTest, RefusedMemoryChangesNothing) {
+    for (const bool reuse : {false, true}) {
+        bool reached = true;
+        for (int n = 0; reached; ++n) {
+            StorageAlloc<65536> ownAlloc(10, 100, false);
+            MainIndex own(ownAlloc);
+            for (int row = 0; row < 256; ++row)  // the next row needs a chunk and a word
+                own.AddRow();
+            if (reuse)
+                own.DeleteRow(0);
+            const int rows = own.Size();
+            {
+                RefusedMemory refused(n);
+                try {
+                    own.InsertRow(1);
+                } catch (const std::bad_alloc&) {
+                    EXPECT_EQ(rows, own.Size());
+                    EXPECT_EQ(256, own.PhysicalRows());
+                    EXPECT_EQ(reuse, own.HasOpenRow());
+                }
+                reached = refused.WasReached();
+            }
+            if (reached) {
+                EXPECT_EQ(reuse ? 0 : 256, own.AddRow());
+            }
+        }
+    }
 }
 
 TEST_F(MainIndexTest, AgainstAModel) {

@@ -338,5 +338,39 @@ TEST(StorageIteratorTest, SortsTimestamps) {
         ASSERT_EQ(i, array.GetItem(i).year);
 }
 
+// Items move over the borders of chunks and of pages with two views.
+TYPED_TEST(StorageBaseTest, EraseAndMoveLastTo) {
+    using T = typename TypeParam::value_type;
+    using Index = typename TypeParam::size_type;
+    OpenAlloc alloc(0, 2, true);
+    TypeParam array(alloc);
+    std::vector<T> model;
+    const Index count = TypeParam::kPageItems * 2 + 30;
+    for (Index i = 0; i < count; ++i) {
+        array.PushBack(ItemOf<T>(static_cast<int>(i)));
+        model.push_back(ItemOf<T>(static_cast<int>(i)));
+    }
+    const Index border = TypeParam::kPageItems;
+    for (const Index at : {Index{0}, TypeParam::kChunkItems - 1, TypeParam::kChunkItems, border - 1, border,
+                           border + 1, 2 * border - 1, Index{1}}) {
+        array.Erase(at);
+        model.erase(model.begin() + static_cast<std::ptrdiff_t>(at));
+        array.MoveLastTo(at);
+        model.insert(model.begin() + static_cast<std::ptrdiff_t>(at), model.back());
+        model.pop_back();
+    }
+    array.Erase(array.Size() - 1);
+    model.pop_back();
+    array.MoveLastTo(array.Size() - 1);
+    ASSERT_EQ(static_cast<Index>(model.size()), array.Size());
+    std::vector<T> items(model.size());
+    array.Read(0, items.data(), array.Size());
+    EXPECT_TRUE(items == model);
+    array.ShrinkTo(1);
+    array.Erase(0);
+    array.PushBack(ItemOf<T>(5));
+    EXPECT_TRUE(array.GetItem(0) == ItemOf<T>(5));
+}
+
 }  // namespace
 }  // namespace qxdbsqlengine
