@@ -47,7 +47,8 @@ SplitterRules OracleRules() {
 
 bool IsContinued(std::string_view line) {
     line = TrimRight(line);
-    return !line.empty() && line.back() == '-' && line.substr(0, line.size() - 1).back() != '-';
+    const std::size_t size = line.size();
+    return size != 0 && line[size - 1] == '-' && (size == 1 || line[size - 2] != '-');
 }
 
 }  // namespace

@@ -288,7 +288,7 @@ TEST_F(ComponentTest, ARefusedStatementEndsTheParse) {
     for (const HRESULT refusal : {E_FAIL, E_ABORT, E_OUTOFMEMORY}) {
         sink.statements.clear();
         sink.completions = 0;
-        sink.onPut = [&] { return sink.statements.size() < 2 ? S_OK : refusal; };
+        sink.onPut = [this, refusal] { return sink.statements.size() < 2 ? S_OK : refusal; };
         EXPECT_EQ(ParseText("select 1;select 2;select 3;"), refusal);
         EXPECT_EQ(Reason(), "The statements of the script were refused.");
         EXPECT_EQ(sink.Texts(), (Texts{"select 1", "select 2"}));
