@@ -53,9 +53,8 @@ class SqlArgument {
 
 // Fills the places of `format` with the arguments in order, as printf would print them, and gives an empty
 // text where printf would misbehave; callers run nothing for an empty text.
-//  - Places are %s and %d, with an optional "-" in between; %% is a percent sign. A format with any other
-//  place
-//    gives an empty text.
+//  - Places are %s and %d, with an optional "-" in between; %% is a percent sign. Any other place gives an
+//    empty text.
 //  - More arguments than places: the rest is not used (a format without a place is a plain text).
 //  - Fewer arguments than places: an empty text.
 //  - A number in %s prints as decimal text. A text in %d prints if it is a decimal number, else the result is

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <regex>
 #include <set>
 #include <string>
 
@@ -131,6 +132,54 @@ TEST_F(SQLServerMessagesTest, StateOfAnotherClassIsInformation) {
     for (const auto& one : informations) {
         EXPECT_EQ(OutcomeOf(ServerMessage(0, 170, one.text)), (Outcome{{one.saved}, {}, {one.saved}}))
             << one.text;
+    }
+}
+
+// What the rule says, in other words.
+bool HasSyntaxState(const std::string& text) {
+    static const std::regex bareState("\\(42[0-9A-Za-z]{3}\\)$");
+    if (std::regex_search(text, bareState))
+        return true;
+    std::vector<std::size_t> opens;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '(')
+            opens.push_back(i);
+    }
+    const std::size_t comma = text.rfind(',');
+    if (comma == std::string::npos)
+        return false;
+    if (!opens.empty() && opens.back() > comma)
+        opens.pop_back();
+    return !opens.empty() && text.substr(opens.back() + 1, 2) == "42";
+}
+
+TEST_F(SQLServerMessagesTest, EveryShortTextIsReadByTheRule) {
+    const std::string alphabet = "(42,)x";
+    std::string text;
+    int rows = 0;
+    const auto check = [&] {
+        calls.Clear();
+        const int rowsNow = Send(ServerMessage(0, 170, text));
+        ASSERT_EQ(rowsNow, rows + 1) << text;
+        rows = rowsNow;
+        ASSERT_EQ(calls.LinesOf("OnError").size(), HasSyntaxState(text) ? 1u : 0u) << text;
+    };
+    // All texts of up to 4 characters, alone and around a state.
+    for (const std::string frame : {"", "(42000)", "(42,", "x(4200"}) {
+        for (int length = 1; length <= 4; ++length) {
+            int count = 1;
+            for (int i = 0; i < length; ++i)
+                count *= static_cast<int>(alphabet.size());
+            for (int number = 0; number < count; ++number) {
+                std::string part;
+                for (int i = 0, rest = number; i < length; ++i, rest /= static_cast<int>(alphabet.size()))
+                    part += alphabet[static_cast<std::size_t>(rest) % alphabet.size()];
+                text = part + frame;
+                check();
+                text = frame + part;
+                check();
+            }
+        }
     }
 }
 
@@ -341,6 +390,10 @@ TEST_F(SQLServerMessagesTest, CancelFromAMessageStaysInsideAndEndsTheRun) {
         server.Verify();
         calls.OnLine(nullptr);
     }
+}
+
+TEST_F(SQLServerMessagesTest, CancelFromAHeldMessageEndsTheRunBehindTheOthers) {
+    ExpectCancelInReplay();
 }
 
 TEST_F(SQLServerMessagesTest, MessagesOfACancelledRequestAreToldButNotSaved) {

@@ -202,6 +202,10 @@ TEST_F(SybaseMessagesTest, CancelFromAMessageStaysInsideAndEndsTheRun) {
     }
 }
 
+TEST_F(SybaseMessagesTest, CancelFromAHeldMessageEndsTheRunBehindTheOthers) {
+    ExpectCancelInReplay();
+}
+
 TEST_F(SybaseMessagesTest, MessagesOfACancelledRequestAreToldButNotSaved) {
     request.Cancel();
     Send(ServerMessage(0, 2528, "late"));

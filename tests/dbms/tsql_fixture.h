@@ -1,6 +1,7 @@
 // What the tests of the SQL Server and Sybase handlers share.
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -119,6 +120,23 @@ class TsqlTest : public FamilyTest<Handler, Type> {
                 << "held: " << one.severity << " " << one.code << " " << one.text;
         }
     }
+    // The first of two held messages cancels the run: both are told, none is saved, nothing more is sent.
+    void ExpectCancelInReplay() {
+        calls.OnLine([this](const std::string& line) {
+            if (line == "OnMessage 0 first")
+                request.Cancel();
+        });
+        Result rows = Rows({IntColumn("A")}, {{1}, {2}});
+        rows.MessageAtRow(1, ServerMessage(0, 2528, "first")).MessageAtRow(2, ServerMessage(16, 1, "second"));
+        server.Expect("x").Returns(rows).Returns(Rows({IntColumn("B")}, {{3}}));
+        EXPECT_THROW(this->Run("x", {{50120, _variant_t(0.5)}},
+                               {{50120, _variant_t(true)}, {50101, _variant_t(true)}}),
+                     qxdbsqlengine::CancelledException);
+        EXPECT_EQ(OutcomeOfRun(), (Outcome{{"first"}, {"second"}, {}}));
+        EXPECT_EQ(this->Sets(), (Lines{"0:2"}));
+        EXPECT_EQ(calls.LinesOf("OnResultSetEnd"), (Lines{"OnResultSetEnd 0"}));
+    }
+
     // Straight to the handler of the fixture, outside a run.
     int Send(const qxdb::RawMessage& message) {
         static_cast<qxdb::Callback&>(handler).HandleRawMessage(message);
