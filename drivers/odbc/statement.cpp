@@ -30,6 +30,13 @@ bool MayChangeRows(const std::string& word) {
     return IsOneOf(word, {"SELECT", "CALL", "EXEC", "EXECUTE", ""});
 }
 
+// MariaDB's driver takes the statements in the body of some stored programs (CREATE TRIGGER, CREATE OR
+// REPLACE PROCEDURE) for statements of the text, and crashes when it is asked for the results of those.
+bool DefinesProgram(const std::string& sql, const std::string& word, Family family) {
+    return family == Family::MySQL && IsOneOf(word, {"CREATE", "ALTER"}) &&
+           HasWord(sql, family, {"PROCEDURE", "FUNCTION", "TRIGGER", "EVENT", "PACKAGE"});
+}
+
 // The value of a field in the form that an output has.
 ParameterValue ValueOf(ResultField& field, const ResultColumn& column, const ParameterSlot& slot) {
     if (field.IsNull()) {
@@ -98,6 +105,7 @@ void OdbcStatement::SetText(const std::string& sql, Kind newKind) {
     parameters = std::make_shared<ParameterBinding>(std::vector<ParameterDescription>());
     core->SetSql(std::make_shared<const std::string>(sql));
     firstWord = FirstWord(sql, core->Traits().family);
+    hasNoMoreResults = DefinesProgram(sql, firstWord, core->Traits().family);
 }
 
 void OdbcStatement::SetStatement(const std::string& sql) {
@@ -371,7 +379,7 @@ bool OdbcStatement::TakeCount(SQLRETURN code) {
 // Moves on to the next result to take; false at the end of the statement.
 bool OdbcStatement::NextResult() {
     while (isRunning) {
-        if (core->describeOnly) {
+        if (core->describeOnly || hasNoMoreResults) {
             Finish();
             return false;
         }

@@ -99,6 +99,7 @@ class OdbcStatement final : public qxdb::StatementImpl {
     std::unique_ptr<ParameterBuffers> buffers;   // of the execution under way
     std::unique_ptr<ServerCursor> serverCursor;  // not yet with a result
     std::string firstWord;
+    bool hasNoMoreResults = false;  // of the text; the driver need not be asked
     int results = 0;     // of any kind so far
     int resultSets = 0;  // those with columns
     bool outputsRead = false;

@@ -233,6 +233,39 @@ TEST_F(QxsqlServers, StatementsEndWhereTheyEnd) {
     }
 }
 
+TEST_F(QxsqlServers, DefinitionsOfStoredPrograms) {
+    const std::string bodies[] = {
+        "CREATE OR REPLACE PROCEDURE qx_program(IN a INT) BEGIN DECLARE n INT; SET n = a; SELECT n; END",
+        "CREATE OR REPLACE FUNCTION qx_program_of(a INT) RETURNS INT DETERMINISTIC BEGIN SET a = 1; RETURN "
+        "a; "
+        "END",
+        "CREATE OR REPLACE DEFINER=CURRENT_USER FUNCTION qx_program_of(a INT) RETURNS INT DETERMINISTIC\n"
+        "BEGIN SET a = 1; RETURN a; END",
+        "CREATE OR REPLACE TRIGGER qx_trigger BEFORE INSERT ON qx_programs FOR EACH ROW\n"
+        "BEGIN SET NEW.a = 1; SET NEW.b = 2; END",
+        "CREATE OR REPLACE EVENT qx_event ON SCHEDULE EVERY 1 YEAR DO BEGIN SET @a = 1; SET @b = 2; END",
+        "ALTER EVENT qx_event DO BEGIN SET @a = 2; SET @b = 3; END",
+        "/* x */ CREATE TRIGGER qx_trigger2 BEFORE UPDATE ON qx_programs FOR EACH ROW\n"
+        "BEGIN SET NEW.a = 1; SET NEW.b = 2; END",
+        "DROP EVENT qx_event",
+    };
+    std::string script =
+        "CREATE OR REPLACE TABLE qx_programs (a INT, b INT);\nDROP PROCEDURE IF EXISTS "
+        "qx_program;\nDELIMITER //\n";
+    for (const std::string& body : bodies) {
+        script += body + "//\n";
+    }
+    script +=
+        "INSERT INTO qx_programs VALUES (0, 0)//\nSELECT * FROM qx_programs//\nDROP TABLE qx_programs//\n";
+    const ToolResult result = Qxsql(OnMariaDB({"-f", Script(script)}));
+    EXPECT_EQ(0, result.exitCode) << result.err;
+    EXPECT_EQ("a\tb\r\n1\t2\r\n", result.out);
+    EXPECT_NE(std::string::npos, result.err.find("Items run: 13, failed: 0, ")) << result.err;
+    // As one text, too, and with a file of its own.
+    EXPECT_EQ(0, Qxsql(OnMariaDB({bodies[0]})).exitCode);
+    EXPECT_EQ("n\r\n7\r\n", Run(OnMariaDB({"--procedure", "qx_program", "--param", "7"})));
+}
+
 TEST_F(QxsqlServers, MaxErrorsEndsAScript) {
     for (const NamedServer& server : allServers) {
         const ToolResult result = Qxsql(server.words(
