@@ -4,6 +4,7 @@ qx_add_test(storage_containers_test
     ${CMAKE_CURRENT_SOURCE_DIR}/complex_type_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/data_edit_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/data_storage_test.cpp
+    ${CMAKE_CURRENT_SOURCE_DIR}/edit_model_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/editable_results_storage_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/main_index_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/map_lock_test.cpp
