@@ -1,17 +1,19 @@
-// Comma-delimited text of the whole table, into a file.
+// The whole table into a file of each format, and back.
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
-#include <charconv>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
 #include "benchmarks/bench_table.h"
+#include "benchmarks/export_floors.h"
+#include "benchmarks/process_memory.h"
 #include "persistence/persistence.h"
 
 namespace qxbench {
@@ -43,75 +45,28 @@ const ExportFile& LibraryFile() {
     return file;
 }
 
-char* AppendText(char* to, std::string_view text) {
-    bool quotes = !text.empty() && text[0] == '"';
-    for (const char c : text)
-        quotes |= c == ',' || c == '\n' || c == '\r';
-    if (!quotes) {
-        std::memcpy(to, text.data(), text.size());
-        return to + text.size();
-    }
-    *to++ = '"';
-    for (const char c : text) {
-        if (c == '"')
-            *to++ = '"';
-        *to++ = c;
-    }
-    *to++ = '"';
-    return to;
+struct Format {
+    ResultFileType type;
+    std::function<void()> writeFloor;
+};
+
+const Format CommaFormat{ResultFileComma, [] { WriteCommaFloor(FloorFile().name); }};
+const Format HtmlFormat{ResultFileHtml, [] { WriteHtmlFloor(FloorFile().name, LibraryFile().name); }};
+const Format SpreadsheetXmlFormat{ResultFileSpreadsheetXml,
+                                  [] { WriteSpreadsheetXmlFloor(FloorFile().name); }};
+const Format XmlFormat{ResultFileXml, [] { WriteXmlFloor(FloorFile().name); }};
+const Format InsertFormat{ResultFileInsert, [] { WriteInsertFloor(FloorFile().name); }};
+
+void CountBytes(benchmark::State& state, const std::string& file) {
+    state.SetBytesProcessed(static_cast<std::int64_t>(std::filesystem::file_size(file)) * state.iterations());
 }
 
-char* AppendCents(char* to, std::int64_t cents) {
-    if (cents < 0) {
-        *to++ = '-';
-        cents = -cents;
-    }
-    to = std::to_chars(to, to + 24, cents / 100).ptr;
-    *to++ = '.';
-    *to++ = static_cast<char>('0' + cents % 100 / 10);
-    *to++ = static_cast<char>('0' + cents % 10);
-    return to;
-}
-
-// The hand-written loop: the same bytes as the library's, from vectors through a buffer of 1 MiB.
-void ExportFloor(benchmark::State& state) {
-    const PlainTable& table = Plain();
-    for (auto _ : state) {
-        std::FILE* const file = std::fopen(FloorFile().name.c_str(), "wb");
-        if (file == nullptr)
-            std::abort();
-        std::vector<char> buffer((1U << 20U) + 4096);
-        char* to = buffer.data();
-        const char header[] = "id,small,price,ratio,name,note,placed,flag\r\n";
-        to = static_cast<char*>(std::memcpy(to, header, sizeof header - 1)) + sizeof header - 1;
-        for (int row = 0; row < TableRows; ++row) {
-            to = std::to_chars(to, to + 24, table.id[row]).ptr;
-            *to++ = ',';
-            to = std::to_chars(to, to + 24, table.small[row]).ptr;
-            *to++ = ',';
-            to = AppendCents(to, table.cents[row]);
-            *to++ = ',';
-            to = std::to_chars(to, to + 32, table.ratio[row]).ptr;
-            *to++ = ',';
-            to = AppendText(to, table.Name(row));
-            *to++ = ',';
-            to = AppendText(to, table.Note(row));
-            *to++ = ',';
-            to = AppendTime(to, table.placed[row]);
-            *to++ = ',';
-            to = std::to_chars(to, to + 24, table.flag[row]).ptr;
-            *to++ = '\r';
-            *to++ = '\n';
-            if (to - buffer.data() > 1 << 20) {
-                std::fwrite(buffer.data(), 1, static_cast<std::size_t>(to - buffer.data()), file);
-                to = buffer.data();
-            }
-        }
-        std::fwrite(buffer.data(), 1, static_cast<std::size_t>(to - buffer.data()), file);
-        std::fclose(file);
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(std::filesystem::file_size(FloorFile().name)) *
-                            state.iterations());
+// The hand-written loop: the same bytes as the library's.
+void ExportFloor(benchmark::State& state, const Format& format) {
+    Plain();
+    for (auto _ : state)
+        format.writeFloor();
+    CountBytes(state, FloorFile().name);
 }
 
 bool SameFiles(const std::string& left, const std::string& right) {
@@ -134,45 +89,117 @@ bool SameFiles(const std::string& left, const std::string& right) {
     return same;
 }
 
-void ExportLibrary(benchmark::State& state) {
+void WriteLibraryFile(const SmartPtr<DataStorage>& store, ResultFileType type) {
+    std::atomic<bool> cancel{false};
+    Persistence writer(type, cancel, nullptr, store);
+    writer.SetFileName(LibraryFile().name.c_str());
+    writer.SetDBMSType(qxdb::DBTYPE_MYSQL);
+    if (!writer.WriteAllResultSets())
+        std::abort();
+}
+
+// The shared store, with the name that INSERT statements want.
+SmartPtr<DataStorage> NamedStore() {
     const SmartPtr<DataStorage> store(new DataStorage(SharedStore()));
-    for (auto _ : state) {
-        std::atomic<bool> cancel{false};
-        Persistence writer(ResultFileComma, cancel, nullptr, store);
-        writer.SetFileName(LibraryFile().name.c_str());
-        if (!writer.WriteAllResultSets())
-            std::abort();
-    }
-    state.SetBytesProcessed(static_cast<std::int64_t>(std::filesystem::file_size(LibraryFile().name)) *
-                            state.iterations());
+    store->SetTableName(0, "bench");
+    return store;
+}
+
+void ExportLibrary(benchmark::State& state, const Format& format) {
+    const SmartPtr<DataStorage> store = NamedStore();
+    for (auto _ : state)
+        WriteLibraryFile(store, format.type);
+    CountBytes(state, LibraryFile().name);
     if (std::filesystem::file_size(FloorFile().name) > 0 && !SameFiles(FloorFile().name, LibraryFile().name))
         state.SkipWithError("the library's bytes differ from the floor's");
 }
 
-void ReadBack(benchmark::State& state) {
+// Resident memory that an export of each format adds, the largest of them.
+void ExportMemory(benchmark::State& state) {
+    const SmartPtr<DataStorage> store = NamedStore();
+    for (auto _ : state) {
+        std::size_t most = 0;
+        for (const Format* format :
+             {&CommaFormat, &HtmlFormat, &SpreadsheetXmlFormat, &XmlFormat, &InsertFormat}) {
+            const MemoryWatch watch;
+            WriteLibraryFile(store, format->type);
+            most = std::max(most, watch.PeakGrowth());
+        }
+        state.counters["MiB"] = static_cast<double>(most) / (1024.0 * 1024.0);
+    }
+}
+
+// What another reader of the same file needs: the sqlite3 shell's .import into a table in memory.
+void ReadBackFloor(benchmark::State& state) {
+    if (std::system("command -v sqlite3 > /dev/null 2>&1") != 0) {
+        state.SkipWithError("the sqlite3 shell is not installed");
+        return;
+    }
+    WriteCommaFloor(FloorFile().name);
+    const std::string command = "sqlite3 :memory: \".mode csv\" \".import '" + FloorFile().name + "' t\"";
+    for (auto _ : state)
+        if (std::system(command.c_str()) != 0)
+            std::abort();
+}
+
+void ReadBackLibrary(benchmark::State& state) {
+    WriteCommaFloor(FloorFile().name);
     for (auto _ : state) {
         std::atomic<bool> cancel{false};
         const SmartPtr<DataStorage> store(new DataStorage(DataStorage::CreateResultsStorage(false)));
         Persistence reader(ResultFileComma, cancel, nullptr, store);
-        reader.SetFileName(LibraryFile().name.c_str());
+        reader.SetFileName(FloorFile().name.c_str());
         if (!reader.ReadAllResultSets() || store->GetNumberOfRows(0) != TableRows)
             std::abort();
     }
 }
 
-BENCHMARK(ExportFloor)
-    ->Name("Export/floor")
+void ReadBackXml(benchmark::State& state) {
+    WriteXmlFloor(FloorFile().name);
+    for (auto _ : state) {
+        std::atomic<bool> cancel{false};
+        const SmartPtr<DataStorage> store(new DataStorage(DataStorage::CreateResultsStorage(false)));
+        Persistence reader(ResultFileXml, cancel, nullptr, store);
+        reader.SetFileName(FloorFile().name.c_str());
+        if (!reader.ReadAllResultSets() || store->GetNumberOfRows(0) != TableRows)
+            std::abort();
+    }
+}
+
+void AddFormat(const char* name, const Format& format) {
+    using benchmark::RegisterBenchmark;
+    for (const bool floor : {true, false})
+        RegisterBenchmark((std::string(name) + (floor ? "/floor" : "/library")).c_str(),
+                          floor ? ExportFloor : ExportLibrary, format)
+            ->Unit(benchmark::kMillisecond)
+            ->Iterations(1)
+            ->Repetitions(5)
+            ->UseRealTime();
+}
+
+const bool registered = [] {
+    AddFormat("Export", CommaFormat);
+    AddFormat("ExportHtml", HtmlFormat);
+    AddFormat("ExportSheet", SpreadsheetXmlFormat);
+    AddFormat("ExportXml", XmlFormat);
+    AddFormat("ExportInsert", InsertFormat);
+    return true;
+}();
+
+BENCHMARK(ExportMemory)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
+BENCHMARK(ReadBackFloor)
+    ->Name("ReadBack/floor")
     ->Unit(benchmark::kMillisecond)
     ->Iterations(1)
-    ->Repetitions(5)
+    ->Repetitions(3)
     ->UseRealTime();
-BENCHMARK(ExportLibrary)
-    ->Name("Export/library")
+BENCHMARK(ReadBackLibrary)
+    ->Name("ReadBack/library")
     ->Unit(benchmark::kMillisecond)
     ->Iterations(1)
-    ->Repetitions(5)
+    ->Repetitions(3)
     ->UseRealTime();
-BENCHMARK(ReadBack)->Name("ReadBack/library")->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
+BENCHMARK(ReadBackXml)->Unit(benchmark::kMillisecond)->Iterations(1)->UseRealTime();
 
 }  // namespace
 
