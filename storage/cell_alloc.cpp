@@ -1,6 +1,7 @@
 #include "storage/cell_alloc.h"
 
 #include <cstdint>
+#include <cstring>
 
 namespace qxdbsqlengine {
 
@@ -95,6 +96,14 @@ void CellAlloc::Free(int id) {
     --cellsInUse;
     if (--page.used == 0)
         DropPage(page);
+}
+
+void CellAlloc::MoveToLowest(int& id) {
+    int newId;
+    void* const target = Allocate(newId);
+    std::memcpy(target, GetCell(id), kCellBytes);
+    Free(id);
+    id = newId;
 }
 
 }  // namespace qxdbsqlengine

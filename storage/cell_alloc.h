@@ -40,9 +40,26 @@ class QXSENG2_API CellAlloc {
     // A page whose last used cell goes is given back. REQUIRES: the cell is allocated.
     void Free(int id);
 
-    // What the heap holds at present, for those who watch its memory.
+    // What the heap holds at present.
     int CellsInUse() const { return cellsInUse; }
     int PagesInUse() const { return pagesInUse; }
+
+    // Cells that are freed here and there leave pages half empty. Then the owners of cells move those from
+    // DenseEnd() on by MoveDown, and the last pages go back.
+    //
+    // True when the pages are some 8 % and two more than the cells need.
+    bool IsSparse() const {
+        const int needed = DenseEnd() / kCellsPerPage;
+        return pagesInUse > needed + needed / 12 + 2;
+    }
+    // Where the ids would end if the cells lay side by side, in whole pages.
+    int DenseEnd() const { return (cellsInUse + kCellsPerPage - 1) / kCellsPerPage * kCellsPerPage; }
+    // Moves a cell from `end` on, with its content, to the lowest free place and changes `id`. Throws
+    // std::bad_alloc; nothing has changed then. REQUIRES: the cell is allocated.
+    void MoveDown(int& id, int end) {
+        if (id >= end)
+            MoveToLowest(id);
+    }
 
   private:
     struct Page {
@@ -50,6 +67,7 @@ class QXSENG2_API CellAlloc {
         int used = 0;  // cells; without any the page is given back, and the record is all zeros
     };
 
+    void MoveToLowest(int& id);
     void NewPage(Page& page);
     void DropPage(Page& page);
 

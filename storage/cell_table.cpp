@@ -51,6 +51,17 @@ void CellTable::RemoveLast() {
     }
 }
 
+void CellTable::MoveDown(int end) {
+    for (int& directory : directories)
+        cells.MoveDown(directory, end);
+    for (int cell = 0; cell * slotsPerCell < count; ++cell) {
+        int id;
+        std::memcpy(&id, Directory(cell), sizeof id);
+        cells.MoveDown(id, end);
+        std::memcpy(Directory(cell), &id, sizeof id);
+    }
+}
+
 namespace cell_chain {
 
 int Write(CellAlloc& cells, const char* data, std::size_t length) {
@@ -85,6 +96,20 @@ void Free(CellAlloc& cells, int first, std::size_t length) {
         length -= kDataBytes;
     }
     cells.Free(id);
+}
+
+void MoveDown(CellAlloc& cells, unsigned char* first, std::size_t length, int end) {
+    unsigned char* place = first;
+    for (;;) {
+        int id;
+        std::memcpy(&id, place, sizeof id);
+        cells.MoveDown(id, end);
+        std::memcpy(place, &id, sizeof id);
+        if (length <= kDataBytes)
+            return;
+        length -= kDataBytes;
+        place = static_cast<unsigned char*>(cells.GetCell(id));
+    }
 }
 
 }  // namespace cell_chain

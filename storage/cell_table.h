@@ -35,7 +35,7 @@ class QXSENG2_API CellTable {
     ~CellTable();
 
     int Count() const { return count; }
-    // Null when there is no slot `i`. Valid until the slot is removed.
+    // Null when there is no slot `i`. Valid until the slot is removed or moved.
     unsigned char* Slot(int i) {
         if (static_cast<unsigned>(i) >= static_cast<unsigned>(count))
             return nullptr;
@@ -48,6 +48,9 @@ class QXSENG2_API CellTable {
     unsigned char* Append();
     // Nothing happens without slots.
     void RemoveLast();
+    // Moves directories and slot cells from cell `end` on to lower places. Throws std::bad_alloc; what has
+    // not moved yet stays where it is.
+    void MoveDown(int end);
 
   private:
     // Where the id of a slot cell stands.
@@ -75,6 +78,9 @@ constexpr std::size_t kDataBytes = CellAlloc::kCellBytes - kHeaderBytes;
 int Write(CellAlloc& cells, const char* data, std::size_t length);
 // REQUIRES: the chain was written with this length.
 void Free(CellAlloc& cells, int first, std::size_t length);
+// Moves its cells from cell `end` on to lower places. `first`: where the id of the first cell stands. Throws
+// std::bad_alloc; what has not moved yet stays where it is.
+void MoveDown(CellAlloc& cells, unsigned char* first, std::size_t length, int end);
 
 // The cell behind this one. REQUIRES: it is not the last one.
 inline const char* Next(CellAlloc& cells, const char* cell) {
@@ -86,7 +92,7 @@ inline const char* Next(CellAlloc& cells, const char* cell) {
 }  // namespace cell_chain
 
 // The bytes of one stored value, piece by piece: those of a slot are one piece, those of a chain one for each
-// cell. Valid until the value changes.
+// cell. Valid until any value of the container changes.
 class CellBytes {
   public:
     CellBytes() = default;

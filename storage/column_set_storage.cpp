@@ -120,6 +120,8 @@ std::string_view ColumnSetStorage::ViewString(int row, const CellFormat& format,
 
 EditableSetStorage::~EditableSetStorage() = default;
 
+void EditableSetStorage::MoveDown(int) {}
+
 void EditableSetStorage::SetString(int, const std::string&) {
     throw BadTypeException();
 }

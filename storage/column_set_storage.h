@@ -132,6 +132,10 @@ class QXSENG2_API EditableSetStorage : public ColumnSetStorage {
     // The value of a row that InsertEmpty made.
     virtual void SetEmpty(int row) = 0;
     virtual void RemoveLast() = 0;
+
+    // Moves what lies in cells from `end` on to lower ones, so that pages of cells become free
+    // (CellAlloc::IsSparse). Nothing for columns without cells. Throws std::bad_alloc; no value has changed.
+    virtual void MoveDown(int end);
 };
 
 }  // namespace qxdbsqlengine

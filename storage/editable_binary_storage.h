@@ -28,6 +28,7 @@ class QXSENG2_API EditableBinaryStorage : public EditableSetStorage {
     void SetBinary(int row, const qxdb::DynBuffer& value) override;
     void SetEmpty(int row) override { values.Set(row, nullptr, 0); }
     void RemoveLast() override { values.RemoveLast(); }
+    void MoveDown(int end) override { values.MoveDown(end); }
     void AppendString(int row, const CellFormat& format, std::string& out) override;
     void PutSortKeys(SortKeySink& sink) override;
     void AppendSortKey(int row, SortKeyPosition& position, std::size_t maxBytes, std::string& out) override;

@@ -107,6 +107,16 @@ void EditableDecimalStorage::RemoveLast() {
     slots.RemoveLast();
 }
 
+void EditableDecimalStorage::MoveDown(int end) {
+    slots.MoveDown(end);
+    for (int row = 0; row < slots.Count(); ++row) {
+        unsigned char* const slot = slots.Slot(row);
+        const std::size_t count = Word(slot, CountAt);
+        if (count > kShortDigits)
+            cell_chain::MoveDown(cells, slot + DigitsAt, count, end);
+    }
+}
+
 void EditableDecimalStorage::FreeChain(const unsigned char* slot) {
     const std::size_t count = Word(slot, CountAt);
     if (count > kShortDigits)

@@ -43,6 +43,7 @@ class QXSENG2_API EditableDecimalStorage : public EditableSetStorage {
     void SetDecimal(int row, const qxdb::Decimal& value) override;
     void SetEmpty(int row) override;
     void RemoveLast() override;
+    void MoveDown(int end) override;
     void AppendString(int row, const CellFormat& format, std::string& out) override;
     void PutSortKeys(SortKeySink& sink) override;
     void AppendSortKey(int row, SortKeyPosition& position, std::size_t maxBytes, std::string& out) override;

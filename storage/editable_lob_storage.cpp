@@ -83,6 +83,12 @@ void EditableLobStorage::RemoveLast() {
     fileNames.RemoveLast();
 }
 
+void EditableLobStorage::MoveDown(int end) {
+    previews.MoveDown(end);
+    locatorData.MoveDown(end);
+    fileNames.MoveDown(end);
+}
+
 void EditableLobStorage::PutSortKeys(SortKeySink& sink) {
     for (std::size_t i = 0; i < sink.Count(); ++i)
         sink.Put(i, 0, 0);

@@ -45,6 +45,7 @@ class QXSENG2_API EditableLobStorage : public EditableSetStorage {
     // Locator data of zeros.
     void SetEmpty(int row) override;
     void RemoveLast() override;
+    void MoveDown(int end) override;
     void AppendString(int row, const CellFormat& format, std::string& out) override {
         previews.ReadAppend(row, out);
     }

@@ -1,5 +1,8 @@
 #include "storage/editable_results_storage.h"
 
+#include <limits>
+#include <new>
+
 #include "storage/editable_binary_storage.h"
 #include "storage/editable_decimal_storage.h"
 #include "storage/editable_lob_storage.h"
@@ -10,6 +13,8 @@
 namespace qxdbsqlengine {
 
 namespace {
+
+constexpr int NoLimit = std::numeric_limits<int>::max();
 
 // Columns of fixed-size values can parse a text at their end only: the value is moved from there.
 // `end`: the number of rows that the column has.
@@ -111,7 +116,8 @@ void CloseGap(RowIndexArray& rows, int pos) {
 
 }  // namespace
 
-EditableResultsStorage::EditableResultsStorage() : ResultsStorage(false), cells(allocator) {}
+EditableResultsStorage::EditableResultsStorage()
+    : ResultsStorage(false), cells(allocator), compactBelow(NoLimit) {}
 
 EditableResultsStorage::~EditableResultsStorage() {
     DropAll();
@@ -290,6 +296,7 @@ void EditableResultsStorage::DeleteColumn(int index, int rs, int col) {
     const qxutils::WriteLockGuard guard(rowsLock);
     CompleteRow(GetResultSet(rs));
     ResultsStorage::DeleteColumn(index, rs, col);
+    CompactCells();
 }
 
 void EditableResultsStorage::DeleteRow(int index, int rs, int row) {
@@ -309,6 +316,7 @@ void EditableResultsStorage::DeleteRow(int index, int rs, int row) {
         if (entry.second.rows)
             CloseGap(*entry.second.rows, pos);
     }
+    CompactCells();
 }
 
 // The physical row of a row of the view, -1 when the view has no such row.
@@ -326,8 +334,26 @@ void EditableResultsStorage::EditCell(int index, int rs, int row, int col, Set s
     EditableSetStorage& column = *target.columns.at(static_cast<std::size_t>(col));
     CompleteRow(target);
     const int physical = FindEdited(target, index, row);
-    if (physical >= 0)
-        set(column, physical);
+    if (physical < 0)
+        return;
+    set(column, physical);
+    CompactCells();
+}
+
+void EditableResultsStorage::CompactCells() {
+    if (!cells.IsSparse() || cells.CellsInUse() >= compactBelow)
+        return;
+    try {
+        const int end = cells.DenseEnd();
+        for (EditResultSetStorage& set : resultSets) {
+            for (const auto& column : set.columns)
+                column->MoveDown(end);
+        }
+        compactBelow = NoLimit;
+    } catch (const std::bad_alloc&) {
+        // The edit itself is done, and what has not moved is where it was.
+        compactBelow = cells.CellsInUse() - cells.CellsInUse() / 16;
+    }
 }
 
 void EditableResultsStorage::SetString(int index, int rs, int row, int col, const std::string& value) {

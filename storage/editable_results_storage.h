@@ -14,6 +14,10 @@ namespace qxdbsqlengine {
 // result set to the physical row, under which the columns know it. A new row of the order shows in a sorted
 // or filtered view at its end. Deleted rows give their memory back; their physical rows are used again.
 //
+// Values of many lengths that come and go leave pages of cells half empty. When they have become some 8 %
+// more than the cells need, the edit that made them so moves the cells together, which takes a pass over all
+// long values: the pages in use never exceed what the values need by more than 10 % or two pages.
+//
 // Threads: those of EditableDataContainer and ResultsStorage.
 class QXSENG2_API EditableResultsStorage
     : public ResultsStorage<EditableDataContainer, EditResultSetStorage> {
@@ -68,6 +72,7 @@ class QXSENG2_API EditableResultsStorage
     CellAlloc cells;  // of all columns of variable length
 
   private:
+    void CompactCells();
     static void InsertNewRow(EditResultSetStorage& set);
     static void UndoNewRow(EditResultSetStorage& set);
     static void CompleteRow(EditResultSetStorage& set);
@@ -80,6 +85,9 @@ class QXSENG2_API EditableResultsStorage
                      void (EditableSetStorage::*set)(int, const Value&));
     template <class Set>
     void EditCell(int index, int rs, int row, int col, Set set);
+
+    // Moving cells together was refused memory: it is not tried again before there are fewer cells than this.
+    int compactBelow;
 };
 
 }  // namespace qxdbsqlengine

@@ -31,6 +31,7 @@ class QXSENG2_API EditableStringStorage : public EditableSetStorage {
     }
     void SetEmpty(int row) override { values.Set(row, nullptr, 0); }
     void RemoveLast() override { values.RemoveLast(); }
+    void MoveDown(int end) override { values.MoveDown(end); }
     void AppendString(int row, const CellFormat& format, std::string& out) override {
         values.ReadAppend(row, out);
     }

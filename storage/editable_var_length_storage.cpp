@@ -65,6 +65,15 @@ void EditableVarLengthStorage::RemoveLast() {
     slots.RemoveLast();
 }
 
+void EditableVarLengthStorage::MoveDown(int end) {
+    slots.MoveDown(end);
+    for (int i = 0; i < Count(); ++i) {
+        unsigned char* const slot = slots.Slot(i);
+        if (IsLong(slot))
+            cell_chain::MoveDown(*cells, slot + FirstCellAt, LongLength(slot), end);
+    }
+}
+
 void EditableVarLengthStorage::FreeChain(unsigned char* slot) {
     if (IsLong(slot))
         cell_chain::Free(*cells, FirstCell(slot), LongLength(slot));

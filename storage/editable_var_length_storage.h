@@ -43,6 +43,9 @@ class QXSENG2_API EditableVarLengthStorage {
     // Nothing happens without values.
     void RemoveLast();
 
+    // Moves what lies in cells from `end` on to lower ones. Throws std::bad_alloc; no value has changed.
+    void MoveDown(int end);
+
     int Count() const { return slots.Count(); }
     __int64 Length(int i) { return static_cast<__int64>(Bytes(i).Length()); }
 
@@ -50,7 +53,8 @@ class QXSENG2_API EditableVarLengthStorage {
     void ReadAppend(int i, std::string& out);
     // Up to `count` bytes from byte `offset` of the value on; returns how many there were.
     std::size_t ReadPart(int i, __int64 offset, char* out, std::size_t count);
-    // The stored bytes where they lie side by side, else a copy in `scratch`. Valid until the value changes.
+    // The stored bytes where they lie side by side, else a copy in `scratch`. Valid until any value of the
+    // container changes.
     std::string_view View(int i, std::string& scratch);
     // The stored bytes where they lie side by side, which those of up to 124 bytes do; false otherwise.
     bool ViewInPlace(int i, std::string_view& view);

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <map>
 #include <random>
+#include <vector>
 
 #include "storage/storage_doubles.h"
 
@@ -83,6 +84,52 @@ TEST(CellAllocTest, FreeOfTheLastUsedCellReleasesThePage) {
     cells.Free(511);
     cells.Free(0);
     EXPECT_EQ(4, alloc.memoryBlocksLeft);
+}
+
+TEST(CellAllocTest, CellsMoveDownAndTheLastPagesGoBack) {
+    OpenAlloc alloc(100, 100, false);
+    CellAlloc cells(alloc);
+    std::vector<int> ids;
+    for (int i = 0; i < 40 * 511; ++i) {
+        int id = -1;
+        std::memset(cells.Allocate(id), i % 251, 128);
+        ids.push_back(id);
+    }
+    EXPECT_EQ(40, cells.PagesInUse());
+    EXPECT_EQ(40 * 511, cells.CellsInUse());
+    EXPECT_EQ(40 * 511, cells.DenseEnd());
+    EXPECT_FALSE(cells.IsSparse());
+    for (int i = 0; i < 40 * 511; i += 10)
+        cells.Free(ids[static_cast<std::size_t>(i)]);
+    EXPECT_EQ(40, cells.PagesInUse());
+    EXPECT_EQ(36 * 511, cells.CellsInUse());
+    EXPECT_FALSE(cells.IsSparse());  // 40 pages are three more than 36 and two
+    const int before = ids[1];
+    for (int i = 1; i < 40 * 511; i += 10)
+        cells.Free(ids[static_cast<std::size_t>(i)]);
+    EXPECT_TRUE(cells.IsSparse());
+    const int end = cells.DenseEnd();
+    EXPECT_EQ(32 * 511, end);
+    for (int i = 0; i < 40 * 511; ++i) {
+        if (i % 10 < 2)
+            continue;
+        int& id = ids[static_cast<std::size_t>(i)];
+        const int old = id;
+        cells.MoveDown(id, end);
+        ASSERT_EQ(old < end, old == id);
+        ASSERT_LT(id, end);
+        const unsigned char* const bytes = static_cast<const unsigned char*>(cells.GetCell(id));
+        for (int byte = 0; byte < 128; byte += 127)
+            ASSERT_EQ(i % 251, bytes[byte]);
+    }
+    EXPECT_EQ(32, cells.PagesInUse());
+    EXPECT_EQ(32 * 511, cells.CellsInUse());
+    EXPECT_EQ(100 - 32, alloc.memoryBlocksLeft);
+    EXPECT_FALSE(cells.IsSparse());
+    int id = -1;
+    cells.Allocate(id);
+    EXPECT_EQ(end, id);
+    EXPECT_EQ(1, before);
 }
 
 TEST(CellAllocTest, DestructionGivesThePagesBack) {

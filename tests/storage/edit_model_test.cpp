@@ -655,6 +655,8 @@ class EditModel {
             }
         }
         ASSERT_EQ(needed, container->cells.CellsInUse());
+        const int pages = (needed + CellAlloc::kCellsPerPage - 1) / CellAlloc::kCellsPerPage;
+        ASSERT_LE(container->cells.PagesInUse(), pages + pages / 12 + 2);
     }
 
     std::mt19937 random;

@@ -531,6 +531,66 @@ TEST_F(EditableResultsTest, MemoryOfDeletedValuesComesBack) {
     EXPECT_EQ(cellsOfRows, container->cells.CellsInUse());
 }
 
+// Whatever is deleted, the pages are those that the rest needs, and a few more.
+TEST_F(EditableResultsTest, PagesOfDeletedValuesGoBack) {
+    store.AddResultSet(Columns({DataTypeString, DataTypeDecimal, DataTypeLob, DataTypeBinary}),
+                       ResultSetNormal);
+    const auto textOf = [](int row) { return std::to_string(row) + std::string(400, 't'); };
+    const auto decimalOf = [](int row) {
+        return qxdb::Decimal("123456789012345678901234567890." + std::to_string(row + 1));
+    };
+    constexpr int rows = 6000;
+    for (int row = 0; row < rows; ++row) {
+        store.InsertString(0, 0, textOf(row));
+        store.InsertDecimal(0, 1, decimalOf(row));
+        store.InsertLobData(0, 2, textOf(row), qxdb::DynBuffer());
+        store.InsertBinary(0, 3, qxdb::DynBuffer(200, 200));
+    }
+    EXPECT_GT(container->cells.PagesInUse(), 120);
+    for (int left = rows; left > rows / 10; --left) {
+        Edit().DeleteRow(0, left % 9 * (left / 10));  // from all places
+        const int pages = container->cells.DenseEnd() / CellAlloc::kCellsPerPage;
+        ASSERT_LE(container->cells.PagesInUse(), pages + pages / 12 + 2);
+    }
+    EXPECT_LT(container->cells.PagesInUse(), 25);
+    const std::vector<int> physical = PhysicalRows(store);
+    ASSERT_EQ(600u, physical.size());
+    for (int row = 0; row < 600; ++row) {
+        const int first = physical[static_cast<std::size_t>(row)];
+        ASSERT_EQ(textOf(first), store.GetString(0, row, 0));
+        ASSERT_EQ(0, decimalOf(first).Compare(store.GetDecimal(0, row, 1)));
+        ASSERT_EQ(textOf(first), store.GetString(0, row, 2));
+        ASSERT_EQ(std::string(400, '0'), store.GetString(0, row, 3));
+    }
+    // Values that become shorter count as well.
+    for (int row = 0; row < 600; ++row)
+        Edit().SetString(0, row, 0, "short");
+    for (int row = 0; row < 600; ++row)
+        Edit().SetNull(0, row, 2);
+    store.DeleteColumn(0, 3);
+    EXPECT_LT(container->cells.PagesInUse(), 10);
+    EXPECT_EQ("short", store.GetString(0, 599, 0));
+}
+
+// Memory refused while cells are moved together: the edit is done, and nothing is lost.
+TEST(EditableResultsFaultTest, RefusedMemoryWhileCellsMove) {
+    const std::string text(1000, 't');
+    for (int n = 0; n < 3; ++n) {
+        DataStorage store = DataStorage::CreateResultsStorage(true);
+        store.AddResultSet(Columns({DataTypeString}), ResultSetNormal);
+        for (int row = 0; row < 3000; ++row)
+            store.InsertString(0, 0, text + std::to_string(row));
+        // The lowest pages go, so moving down asks for new ones.
+        for (int row = 0; row < 1500; ++row) {
+            RefusedMemory refused(n);
+            store.Edit().DeleteRow(0, 0);
+        }
+        ASSERT_EQ(1500, store.GetNumberOfRows(0));
+        for (int row = 0; row < 1500; ++row)
+            ASSERT_EQ(text + std::to_string(row + 1500), store.GetString(0, row, 0));
+    }
+}
+
 // A value that a column does not take leaves no row, or a row that the next one completes.
 TEST_F(EditableResultsTest, UnfinishedRows) {
     Fill({"A"});
