@@ -7,7 +7,10 @@ namespace qxdbsqlengine {
 
 TimestampReader::TimestampReader(DataStorage& store, int rs, const std::vector<int>& columns,
                                  const char* format)
-    : storage(store), arrival(store.ArrivalOrder()), resultSet(rs), sorted(store.IsSorted(rs)) {
+    : storage(store),
+      arrival(store.ArrivalOrder()),
+      resultSet(rs),
+      sorted(store.IsSorted(rs) && !store.IsEditable()) {
     for (int column : columns) {
         const bool isTimestamp = storage.GetDataType(resultSet, column) == DataTypeTimestamp;
         places.push_back(isTimestamp ? static_cast<int>(timestampColumns.size()) : -1);

@@ -12,7 +12,8 @@
 namespace qxdbsqlengine {
 
 // Reads the timestamp columns of one row after the other. The rows of a sorted view lie all over the cache
-// file, so there rows that are asked for in sequence are read in blocks, in the order in which they lie.
+// file, so there rows that are asked for in sequence are read in blocks, in the order in which they lie; not
+// those of editable results, which have no cache file.
 //
 // One thread; the store must outlive it. It shows a sorted view as it was when a block was taken: make a new
 // reader for each export.
