@@ -1,6 +1,7 @@
 #include "drivers/odbc/procedure.h"
 
 #include <algorithm>
+#include <cctype>
 
 #include "drivers/odbc/catalog_text.h"
 #include "drivers/odbc/sql_scan.h"
@@ -81,6 +82,18 @@ CatalogRow ReadRow(SQLHSTMT statement) {
     return row;
 }
 
+// The name is a pattern to the catalog, and "_" matches any character there. Case counts for nothing where
+// the catalog has looked it over already: calls out of scripts come in capitals.
+bool IsNamed(const std::string& found, const std::string& wanted, Family family) {
+    if (family != Family::MySQL && family != Family::SQLServer) {
+        return found == wanted;
+    }
+    return found.size() == wanted.size() &&
+           std::equal(found.begin(), found.end(), wanted.begin(), [](unsigned char a, unsigned char b) {
+               return (a >= 0x80 && b >= 0x80) || std::tolower(a) == std::tolower(b);
+           });
+}
+
 std::vector<CatalogRow> ReadCatalog(Session& session, const NameParts& name) {
     const StatementHandle statement(session.Raw());
     CatalogName catalog(name.catalog);
@@ -96,8 +109,7 @@ std::vector<CatalogRow> ReadCatalog(Session& session, const NameParts& name) {
     std::vector<CatalogRow> rows;
     while (SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
         CatalogRow row = ReadRow(statement.Raw());
-        // The name is a pattern to the catalog, and "_" matches any character there.
-        if (row.procedure == name.procedure) {
+        if (IsNamed(row.procedure, name.procedure, session.Traits().family)) {
             rows.push_back(std::move(row));
         }
     }
@@ -214,7 +226,8 @@ bool IsListed(Session& session, const NameParts& name, bool& isFunction) {
         return false;
     }
     while (SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
-        if (ReadCatalogText(statement.Raw(), ColumnProcedure).value_or("") == name.procedure) {
+        const std::string found = ReadCatalogText(statement.Raw(), ColumnProcedure).value_or("");
+        if (IsNamed(found, name.procedure, session.Traits().family)) {
             isFunction = ReadCatalogNumber(statement.Raw(), ProcedureType, SQL_PT_UNKNOWN) == SQL_PT_FUNCTION;
             return true;
         }

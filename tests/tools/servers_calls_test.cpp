@@ -155,13 +155,32 @@ TEST_F(QxsqlCalls, OutputValuesStayOutOfTheFile) {
     EXPECT_EQ("r\r\n1\r\n", ReadFile(csv));
 }
 
-TEST_F(QxsqlCalls, OutputValuesOfCallsInScripts) {
-    Install({"MariaDB", OnMariaDB},
-            "DROP PROCEDURE IF EXISTS QX_SCRIPTED;\n"
-            "CREATE PROCEDURE QX_SCRIPTED(IN a INT, OUT b INT) BEGIN SET b = a * 2; END;\n");
-    const ToolResult result = Qxsql(OnMariaDB({"-f", Script("CALL qx_scripted(21, ?);\nSELECT 1 AS a;\n")}));
-    EXPECT_EQ(0, result.exitCode) << result.err;
-    EXPECT_EQ("Output values:\nb = 42\n\r\na\r\n1\r\n", result.out);
+// Calls of scripts come to the driver in capitals.
+TEST_F(QxsqlCalls, CallsInScripts) {
+    Install(
+        {"MariaDB", OnMariaDB},
+        "DROP PROCEDURE IF EXISTS qx_scripted;\n"
+        "CREATE PROCEDURE qx_scripted(IN a INT, IN t VARCHAR(20), OUT b INT) BEGIN SELECT t; SET b = a * 2; "
+        "END;\n"
+        "DROP PROCEDURE IF EXISTS qx_straße;\n"
+        "CREATE PROCEDURE qx_straße(IN a INT) BEGIN SELECT a; END;\n");
+    const ToolResult maria = Qxsql(OnMariaDB({"-f", Script("CALL qx_scripted(21, 'it''s', ?);\n"
+                                                           "call Qx_Scripted(1, NULL, ?);\n"
+                                                           "CALL qx_straße(5);\n")}));
+    EXPECT_EQ(0, maria.exitCode) << maria.err;
+    EXPECT_EQ(
+        "t\r\nit's\r\n\r\nOutput values:\nb = 42\n\r\nt\r\n\r\n\r\nOutput values:\nb = 2\n\r\na\r\n5\r\n",
+        maria.out);
+
+    Install({"PostgreSQL", OnPostgres},
+            "CREATE OR REPLACE PROCEDURE qx_scripted(a int, t text, OUT b int) LANGUAGE plpgsql\n"
+            "AS $$ BEGIN b := a * 2; END $$;\n"
+            "CREATE OR REPLACE PROCEDURE \"qx_Scripted\"(a int, OUT b text) LANGUAGE plpgsql\n"
+            "AS $$ BEGIN b := 'other'; END $$;\n");
+    const ToolResult postgres = Qxsql(OnPostgres({"-f", Script("CALL qx_scripted(21, 'it''s', ?);\n"
+                                                               "CALL \"qx_Scripted\"(1, ?);\n")}));
+    EXPECT_EQ(0, postgres.exitCode) << postgres.err;
+    EXPECT_EQ("Output values:\nb = 42\n\r\nOutput values:\nb = other\n", postgres.out);
 }
 
 TEST_F(QxsqlCalls, OnAScreen) {
