@@ -202,9 +202,12 @@ const PlainTable& Plain() {
 }
 
 SmartPtr<DataStorage> LoadStore(const std::string& sql) {
-    const qxdb::ConnectionDef place(qxdb::DBTYPE_SQLITE, TableFile(), "", "", "sqlite", "");
+    return LoadStore(qxdb::ConnectionDef(qxdb::DBTYPE_SQLITE, TableFile(), "", "", "sqlite", ""), sql);
+}
+
+SmartPtr<DataStorage> LoadStore(const qxdb::ConnectionDef& place, const std::string& sql) {
     const SmartPtr<ConnectionRequestCallback> connections(new SingleConnection(place));
-    const qxdbsrd::ConnectionDefElement definition(qxdb::DBTYPE_SQLITE, TableFile(), 0.0, "", "");
+    const qxdbsrd::ConnectionDefElement definition(place.GetType(), place.GetDataSource(), 0.0, "", "");
     RunEnd end;
     CSingleRequestDirector director(definition, connections, nullptr, "", true);
     director.RegisterCallback(static_cast<RequestCallback&>(end));

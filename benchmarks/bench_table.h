@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/qxdb/manager.h"
 #include "platform/smart_ptr.h"
 #include "storage/data_storage.h"
 
@@ -71,6 +72,10 @@ const PlainTable& Plain();
 
 // A store that a director loaded from the file by `sql`. Fails loudly (abort) when the run reports an error.
 qxdbsqlengine::SmartPtr<qxdbsqlengine::DataStorage> LoadStore(const std::string& sql);
+
+// The same over a connection of any driver.
+qxdbsqlengine::SmartPtr<qxdbsqlengine::DataStorage> LoadStore(const qxdb::ConnectionDef& place,
+                                                              const std::string& sql);
 
 // The store of SelectAll, loaded on the first call and shared by the benchmarks that only read.
 qxdbsqlengine::DataStorage& SharedStore();

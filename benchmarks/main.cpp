@@ -8,6 +8,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "benchmarks/odbc_bench.h"
 #include "benchmarks/ratio_reporter.h"
 #include "drivers/sqlite/sqlite_driver.h"
 
@@ -16,8 +17,12 @@ int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
+    qxbench::RegisterServerBenchmarks();
     qxbench::RatioReporter reporter({
         {"Pump", 1.35, "SQLite cursor to store; floor: sqlite3 loop into vectors and byte pools"},
+        {"Server", 1.3,
+         "1,000,000 rows of MariaDB to store; floor: ODBC loop of the same blocks into vectors"},
+        {"ServerClient", 1.0, "the same; floor: mariadb --quick --batch to /dev/null"},
         {"Memory:MiB", 64, "resident memory that loading 10,000,000 rows adds"},
         {"Memory:wrong", 0, "values of those rows that read back wrong, in order and at random"},
         {"Reader:p99_ms", 10, "a screen of 50 rows, read while rows stream in, 99th percentile"},
