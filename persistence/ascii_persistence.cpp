@@ -12,6 +12,11 @@ namespace {
 
 constexpr int kSurplusRecords = 100;  // told one by one; a file of another shape would give one for every row
 
+// One of those that the text of a number never has, error texts included.
+bool IsUsualDelimiter(char delimiter) {
+    return delimiter == ',' || delimiter == '\t' || delimiter == '|' || delimiter == ';';
+}
+
 }  // namespace
 
 std::size_t AsciiPersistence::FileSource::Read(char* to, std::size_t count) {
@@ -19,10 +24,14 @@ std::size_t AsciiPersistence::FileSource::Read(char* to, std::size_t count) {
 }
 
 void AsciiPersistence::FieldSink::OnCell(int position, bool isNull, std::string_view text) {
-    if (position != 0)
-        out.Append(encoder.GetRules().delimiter);
-    if (!isNull)
+    const char delimiter = encoder.GetRules().delimiter;
+    const std::string_view before(&delimiter, position == 0 ? 0 : 1);
+    if (isNull || isPlain[static_cast<std::size_t>(position)]) {
+        out.Append(before, isNull ? std::string_view() : text, std::string_view());
+    } else {
+        out.Append(before);
         encoder.Append(text, out);
+    }
 }
 
 AsciiPersistence::AsciiPersistence(ResultFileType type, std::atomic<bool>& cancel)
@@ -70,12 +79,17 @@ void AsciiPersistence::WriteResultSetHeader(bool includeLabels) {
     if (resultSetsWritten > 0)
         Out().Append("\r\n");
     const std::vector<int>& columns = SelectColumns();
-    if (!includeLabels)
+    fieldSink.isPlain.assign(columns.size(), 0);
+    if (includeLabels) {
+        int position = 0;
+        for (int column : columns)
+            fieldSink.OnCell(position++, false, storage->GetColumnLabel(currentResultSet, column));
+        Out().Append("\r\n");
+    }
+    if (!IsUsualDelimiter(delimiter))
         return;
-    int position = 0;
-    for (int column : columns)
-        fieldSink.OnCell(position++, false, storage->GetColumnLabel(currentResultSet, column));
-    Out().Append("\r\n");
+    for (std::size_t i = 0; i < columns.size(); ++i)
+        fieldSink.isPlain[i] = IsNumber(columns[i]);
 }
 
 void AsciiPersistence::WriteRow(int row) {

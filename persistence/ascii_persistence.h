@@ -75,6 +75,7 @@ class QXSENG2_API AsciiPersistence : public PersistenceImpl {
         FieldSink(const FieldEncoder& fieldEncoder, OutputBuffer& buffer)
             : encoder(fieldEncoder), out(buffer) {}
         void OnCell(int position, bool isNull, std::string_view text) override;
+        std::vector<char> isPlain;  // by position: the texts of this column are never encoded
 
       private:
         const FieldEncoder& encoder;

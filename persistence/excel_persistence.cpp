@@ -45,6 +45,8 @@ constexpr std::string_view kFileHeader =
     "</head>\r\n"
     "<body>\r\n";
 
+constexpr std::string_view kCellEnd = "</td>\r\n";
+
 std::string_view HeaderCellStart(int hint) {
     if (hint == 1)
         return "            <th align=\"right\">";
@@ -101,12 +103,14 @@ ExcelPersistence::Style ExcelPersistence::StyleOf(int column) const {
 }
 
 void ExcelPersistence::AppendDataCell(const Style& style, bool isNull, std::string_view text) {
-    Out().Append(isNull ? style.nullOpening : style.opening);
-    if (style.kind == Kind::Text && !isNull)
-        TextEscaper::Excel().Append(text, Out());
-    else
-        Out().Append(text);
-    Out().Append("</td>\r\n");
+    OutputBuffer& out = Out();
+    if (style.kind != Kind::Text || isNull) {
+        out.Append(isNull ? style.nullOpening : style.opening, text, kCellEnd);
+        return;
+    }
+    out.Append(style.opening);
+    TextEscaper::Excel().Append(text, out);
+    out.Append(kCellEnd);
 }
 
 void ExcelPersistence::WriteHeaderCell(int column) {

@@ -40,6 +40,11 @@ constexpr std::string_view kFileHeader =
     " <Worksheet ss:Name=\"Sheet1\">\n"
     "  <Table>\n";
 
+constexpr std::string_view kTextCell = "    <Cell><Data ss:Type=\"String\">";
+constexpr std::string_view kNumberCell = "    <Cell><Data ss:Type=\"Number\">";
+constexpr std::string_view kTimestampCell = "    <Cell ss:StyleID=\"s64\"><Data ss:Type=\"DateTime\">";
+constexpr std::string_view kCellEnd = "</Data></Cell>\n";
+
 std::string_view HeaderCellStart(int hint) {
     if (hint == 1)
         return "    <Cell ss:StyleID=\"s63\"><Data ss:Type=\"String\">";
@@ -83,22 +88,22 @@ ExcelXMLPersistence::Kind ExcelXMLPersistence::KindOf(int column) const {
     const EnumDataType type = storage->GetDataType(currentResultSet, column);
     if (type == DataTypeTimestamp)
         return Kind::Timestamp;
-    return type >= DataTypeShort && type <= DataTypeDecimal ? Kind::Number : Kind::Text;
+    return IsNumber(column) ? Kind::Number : Kind::Text;
 }
 
 void ExcelXMLPersistence::AppendDataCell(Kind kind, bool isNull, std::string_view text) {
     OutputBuffer& out = Out();
-    if (isNull || kind == Kind::Text)
-        out.Append("    <Cell><Data ss:Type=\"String\">");
-    else if (kind == Kind::Number)
-        out.Append("    <Cell><Data ss:Type=\"Number\">");
-    else
-        out.Append("    <Cell ss:StyleID=\"s64\"><Data ss:Type=\"DateTime\">");
-    if (kind == Kind::Text && !isNull)
+    if (isNull) {
+        out.Append(kTextCell, text, kCellEnd);
+    } else if (kind == Kind::Number) {
+        out.Append(kNumberCell, text, kCellEnd);
+    } else if (kind == Kind::Timestamp) {
+        out.Append(kTimestampCell, text, kCellEnd);
+    } else {
+        out.Append(kTextCell);
         TextEscaper::Xml().Append(text, out);
-    else
-        out.Append(text);
-    out.Append("</Data></Cell>\n");
+        out.Append(kCellEnd);
+    }
 }
 
 void ExcelXMLPersistence::WriteHeaderCell(int column) {

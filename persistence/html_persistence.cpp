@@ -15,6 +15,8 @@ constexpr std::string_view kBodyStart =
     "</title></head>\r\n"
     "<body bgcolor=#ffffff><FONT FACE=\"arial\", SIZE=\"2\">\r\n";
 
+constexpr std::string_view kCellEnd = "</td>\r\n";
+
 // `hint` is one of the stated alignments or any other number.
 std::string_view HeaderCellStart(int hint) {
     if (hint == 1)
@@ -28,16 +30,20 @@ std::string_view DataCellStart(int hint) {
     return hint == 2 ? "            <td align=\"center\">" : "            <td>";
 }
 
-void AppendDataCell(std::string_view opening, std::string_view text, OutputBuffer& out) {
-    out.Append(opening);
-    TextEscaper::Html().Append(text, out);
-    out.Append("</td>\r\n");
-}
-
 }  // namespace
 
 void HTMLPersistence::CellWriter::OnCell(int position, bool, std::string_view text) {
-    AppendDataCell(openings[static_cast<std::size_t>(position)], text, out);
+    AppendDataCell(styles[static_cast<std::size_t>(position)], text, out);
+}
+
+void HTMLPersistence::AppendDataCell(const Style& style, std::string_view text, OutputBuffer& out) {
+    if (style.isNumber) {
+        out.Append(style.opening, text, kCellEnd);
+        return;
+    }
+    out.Append(style.opening);
+    TextEscaper::Html().Append(text, out);
+    out.Append(kCellEnd);
 }
 
 HTMLPersistence::HTMLPersistence(std::atomic<bool>& cancel) : PersistenceImpl(cancel), cells(Out()) {}
@@ -54,15 +60,19 @@ void HTMLPersistence::WriteResultSetHeader(bool includeLabels) {
     if (resultSetsWritten > 0)
         Out().Append("<br>\r\n");
     Out().Append("    <table width=\"100%\" border=\"1\">");
-    cells.openings.clear();
+    cells.styles.clear();
     for (int column : SelectColumns())
-        cells.openings.push_back(DataCellStart(storage->GetAlignHint(currentResultSet, column)));
+        cells.styles.push_back(StyleOf(column));
     if (!includeLabels)
         return;
     Out().Append("        <tr bgcolor=\"#ccccff\">\r\n");
     for (int column : SelectedColumns())
         WriteHeaderCell(column);
     Out().Append("        </tr>\r\n");
+}
+
+HTMLPersistence::Style HTMLPersistence::StyleOf(int column) const {
+    return {DataCellStart(storage->GetAlignHint(currentResultSet, column)), IsNumber(column)};
 }
 
 void HTMLPersistence::WriteHeaderCell(int column) {
@@ -78,8 +88,7 @@ void HTMLPersistence::WriteRow(int row) {
 }
 
 void HTMLPersistence::WriteDataCell(int row, int column) {
-    AppendDataCell(DataCellStart(storage->GetAlignHint(currentResultSet, column)), CellText(row, column),
-                   Out());
+    AppendDataCell(StyleOf(column), CellText(row, column), Out());
 }
 
 void HTMLPersistence::WriteResultSetFooter() {

@@ -34,15 +34,22 @@ class QXSENG2_API HTMLPersistence : public PersistenceImpl {
     virtual void WriteDataCell(int row, int column);
 
   private:
+    struct Style {
+        std::string_view opening;
+        bool isNumber;  // nothing to escape
+    };
     class CellWriter : public CellSink {
       public:
         explicit CellWriter(OutputBuffer& buffer) : out(buffer) {}
         void OnCell(int position, bool isNull, std::string_view text) override;
-        std::vector<std::string_view> openings;  // by position
+        std::vector<Style> styles;  // by position
 
       private:
         OutputBuffer& out;
     };
+
+    Style StyleOf(int column) const;
+    static void AppendDataCell(const Style& style, std::string_view text, OutputBuffer& out);
 
     CellWriter cells;
 };

@@ -45,19 +45,21 @@ void AppendDoublingQuotes(std::string_view text, OutputBuffer& out) {
 
 void InsertStatementsPersistence::ValueWriter::OnCell(int position, bool isNull, std::string_view text) {
     OutputBuffer& out = owner.Out();
-    if (position != 0)
-        out.Append(", ");
     const Style& style = styles[static_cast<std::size_t>(position)];
+    const std::string_view separator(", ", position == 0 ? 0 : 2);
     if (isNull || (text.empty() && style.opening.empty())) {
-        out.Append(kNull);
+        out.Append(separator, kNull, {});
         return;
     }
-    out.Append(style.opening);
-    if (style.kind == Kind::Quoted)
+    out.Append(separator);
+    if (style.kind == Kind::Quoted) {
+        out.Append(style.opening);
         AppendDoublingQuotes(text, out);
-    else
-        out.Append(style.kind == Kind::OracleTime ? owner.TimestampText(position) : text);
-    out.Append(style.closing);
+        out.Append(style.closing);
+    } else {
+        out.Append(style.opening, style.kind == Kind::OracleTime ? owner.TimestampText(position) : text,
+                   style.closing);
+    }
 }
 
 InsertStatementsPersistence::InsertStatementsPersistence(std::atomic<bool>& cancel)
@@ -130,7 +132,7 @@ bool InsertStatementsPersistence::IsColumnExcluded(int column) {
 
 InsertStatementsPersistence::Style InsertStatementsPersistence::StyleOf(int column) const {
     const EnumDataType type = storage->GetDataType(currentResultSet, column);
-    if (type >= DataTypeShort && type <= DataTypeDecimal)
+    if (IsNumber(column))
         return {Kind::Plain, "", ""};
     if (type == DataTypeBinary)
         return {Kind::Plain, "0x", ""};

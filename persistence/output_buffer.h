@@ -21,10 +21,16 @@ class OutputBuffer {
     explicit OutputBuffer(std::size_t firstSize = kBlock + kBlock / 4) : firstCapacity(firstSize) {}
 
     void Append(std::string_view text) {
-        char* to = Reserve(text.size());
-        if (!text.empty())
-            std::memcpy(to, text.data(), text.size());
+        Copy(text, Reserve(text.size()));
         used += text.size();
+    }
+    // Three texts with one look at the room: what stands around a value, and the value.
+    void Append(std::string_view before, std::string_view text, std::string_view behind) {
+        char* const to = Reserve(before.size() + text.size() + behind.size());
+        Copy(before, to);
+        Copy(text, to + before.size());
+        Copy(behind, to + before.size() + text.size());
+        used += before.size() + text.size() + behind.size();
     }
     void Append(char byte) {
         *Reserve(1) = byte;
@@ -58,6 +64,37 @@ class OutputBuffer {
     }
 
   private:
+    static constexpr std::size_t kShort = 96;  // up to here a call costs more than the copy
+
+    template <std::size_t Size>
+    static void CopyBlock(const char* from, char* to) {
+        char block[Size];
+        std::memcpy(block, from, Size);
+        std::memcpy(to, block, Size);
+    }
+
+    // Values are short, so they are copied in place; the last block may copy some bytes a second time.
+    static void Copy(std::string_view text, char* to) {
+        const char* const from = text.data();
+        const std::size_t size = text.size();
+        if (size > kShort) {
+            std::memcpy(to, from, size);
+        } else if (size >= 16) {
+            for (std::size_t i = 0; i + 16 < size; i += 16)
+                CopyBlock<16>(from + i, to + i);
+            CopyBlock<16>(from + size - 16, to + size - 16);
+        } else if (size >= 8) {
+            CopyBlock<8>(from, to);
+            CopyBlock<8>(from + size - 8, to + size - 8);
+        } else if (size >= 4) {
+            CopyBlock<4>(from, to);
+            CopyBlock<4>(from + size - 4, to + size - 4);
+        } else {
+            for (std::size_t i = 0; i < size; ++i)
+                to[i] = from[i];
+        }
+    }
+
     void Grow(std::size_t count) {
         std::size_t wanted = capacity == 0 ? firstCapacity : capacity;
         while (wanted - used < count)

@@ -308,6 +308,11 @@ std::string_view PersistenceImpl::TimestampText(int position) {
     return timestamps->Text(position);
 }
 
+bool PersistenceImpl::IsNumber(int column) const {
+    const EnumDataType type = storage->GetDataType(currentResultSet, column);
+    return type >= DataTypeShort && type <= DataTypeDecimal;
+}
+
 std::string PersistenceImpl::CellText(int row, int column) const {
     return storage->AsString(currentResultSet, row, column, std::locale::classic());
 }

@@ -101,6 +101,9 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     // The text in that format of the timestamp at a position of the row that is being visited. Valid until
     // the next call.
     std::string_view TimestampText(int position);
+    // A column of the current result set holds numbers, whose texts have no character that any format
+    // escapes.
+    bool IsNumber(int column) const;
     // A cell of the current result set as AsString gives it; for single cells, not for loops.
     std::string CellText(int row, int column) const;
     // The same for a timestamp, in a format.

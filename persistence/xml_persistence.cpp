@@ -11,9 +11,9 @@ namespace qxdbsqlengine {
 namespace {
 
 void AppendNumber(int number, OutputBuffer& out) {
-    char digits[16];
-    const std::to_chars_result result = std::to_chars(digits, digits + sizeof digits, number);
-    out.Append(std::string_view(digits, static_cast<std::size_t>(result.ptr - digits)));
+    constexpr std::size_t most = 16;
+    char* const to = out.Reserve(most);
+    out.Commit(static_cast<std::size_t>(std::to_chars(to, to + most, number).ptr - to));
 }
 
 void AppendAttribute(std::string_view name, std::string_view value, std::string& out) {
@@ -22,18 +22,12 @@ void AppendAttribute(std::string_view name, std::string_view value, std::string&
 
 void AppendCell(std::string_view opening, bool isTyped, bool isNull, std::string_view text,
                 OutputBuffer& out) {
-    out.Append(opening);
-    if (isNull) {
-        out.Append(" null=\"true\" />\n");
-    } else if (isTyped) {
-        out.Append('>');
-        out.Append(text);
-        out.Append("</column>\n");
-    } else {
-        out.Append("><![CDATA[");
-        out.Append(text);
-        out.Append("]]></column>\n");
-    }
+    if (isNull)
+        out.Append(opening, " null=\"true\" />\n", {});
+    else if (isTyped)
+        out.Append(opening, text, "</column>\n");
+    else
+        out.Append(opening, text, "]]></column>\n");
 }
 
 }  // namespace
@@ -51,7 +45,7 @@ class XMLPersistence::InputSource : public ByteSource {
 
 void XMLPersistence::CellWriter::OnCell(int position, bool isNull, std::string_view text) {
     const Style& style = styles[static_cast<std::size_t>(position)];
-    AppendCell(style.opening, style.isTyped, isNull, text, out);
+    AppendCell(isNull ? style.opening : style.valueOpening, style.isTyped, isNull, text, out);
 }
 
 XMLPersistence::XMLPersistence(std::atomic<bool>& cancel) : PersistenceImpl(cancel), cells(Out()) {}
@@ -114,7 +108,7 @@ XMLPersistence::Style XMLPersistence::StyleOf(int column) {
     const int precision = storage->GetPrecision(currentResultSet, column);
     if (precision > 0)
         AppendAttribute(xml::kPrecision, std::to_string(precision), opening);
-    return {opening, !word.empty()};
+    return {opening, opening + (word.empty() ? "><![CDATA[" : ">"), !word.empty()};
 }
 
 void XMLPersistence::WriteRow(int row) {
@@ -127,8 +121,9 @@ void XMLPersistence::WriteRow(int row) {
 
 void XMLPersistence::WriteCell(int row, int column) {
     const Style style = StyleOf(column);
-    AppendCell(style.opening, style.isTyped, storage->IsNull(currentResultSet, row, column),
-               CellText(row, column), Out());
+    const bool isNull = storage->IsNull(currentResultSet, row, column);
+    AppendCell(isNull ? style.opening : style.valueOpening, style.isTyped, isNull, CellText(row, column),
+               Out());
 }
 
 void XMLPersistence::WriteResultSetFooter() {

@@ -44,8 +44,9 @@ class QXSENG2_API XMLPersistence : public PersistenceImpl {
   private:
     // A cell up to its value.
     struct Style {
-        std::string opening;  // <column id=... with the attributes that all rows share
-        bool isTyped;         // else the value goes into a CDATA section
+        std::string opening;       // <column id=... with the attributes that all rows share
+        std::string valueOpening;  // the same up to a value
+        bool isTyped;              // else the value goes into a CDATA section
     };
     class CellWriter : public CellSink {
       public:
