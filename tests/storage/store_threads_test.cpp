@@ -321,5 +321,175 @@ TEST(StoreThreadsTest, ViewsAreOpenedAndClosedOnSeveralThreads) {
     EXPECT_EQ("b", store.GetString(0, 0, 0));
 }
 
+// Rows of an editable store that can be checked one by one: the text and the decimal follow from the number.
+// A row whose number is 0 was inserted and not filled yet, or is gone.
+class EditedRows {
+  public:
+    EditedRows() {
+        store.AddResultSet(Columns({DataTypeInt, DataTypeString, DataTypeDecimal}), ResultSetNormal);
+    }
+
+    static std::string TextOf(int number) {
+        return std::string(static_cast<std::size_t>(number % 400), 'x') + std::to_string(number);
+    }
+    static void Append(DataStorage& handle, int number) {
+        handle.InsertInt(0, 0, number);
+        handle.InsertString(0, 1, TextOf(number));
+        handle.InsertDecimal(0, 2, qxdb::Decimal(number, 2));
+    }
+    static void Set(DataStorage& handle, int row, int number) {
+        handle.Edit().SetInt(0, row, 0, number);
+        handle.Edit().SetString(0, row, 1, TextOf(number));
+        handle.Edit().SetDecimal(0, row, 2, qxdb::Decimal(number, 2));
+    }
+    // One random edit; the caller holds the store.
+    static void EditOnce(DataStorage& handle, std::mt19937& random) {
+        const int count = handle.GetNumberOfRows(0);
+        const int number = 1 + static_cast<int>(random() % 100000);
+        const unsigned choice = random() % 8;
+        if (count < 50 || (choice == 0 && count < 400)) {
+            Append(handle, number);
+            return;
+        }
+        const int row = static_cast<int>(random() % static_cast<unsigned>(count));
+        if (choice == 1) {
+            handle.Edit().DeleteRow(0, row);
+        } else if (choice == 2 && count < 400) {
+            handle.Edit().InsertRow(0, row);
+            // Where the new row shows depends on the view; it is the one whose number is 0.
+            for (int place = 0; place < handle.GetNumberOfRows(0); ++place) {
+                if (handle.GetInt(0, place, 0) == 0)
+                    Set(handle, place, number);
+            }
+        } else {
+            Set(handle, row, number);
+        }
+    }
+
+    // Reads rows until `done` and counts those that do not hold together.
+    static int Watch(DataStorage& shared, unsigned seed, const std::atomic<bool>& done) {
+        class Check : public CellSink {
+          public:
+            void OnCell(int position, bool, std::string_view text) override {
+                texts[position] = std::string(text);
+            }
+            bool IsGood() const {
+                const int number = std::stoi(texts[0]);
+                return number == 0 || (texts[1] == TextOf(number) &&
+                                       texts[2] == qxdb::Decimal(number, 2).AsString(true, -1));
+            }
+            std::string texts[3];
+        } check;
+        DataStorage own(shared);
+        std::mt19937 random(seed);
+        const int columns[] = {0, 1, 2};
+        int wrong = 0;
+        while (!done) {
+            const int count = own.GetNumberOfRows(0);
+            if (count == 0 || random() % 200 == 0) {  // hidden rows come back
+                DataStorage next(shared);
+                own = next;
+                continue;
+            }
+            const int row = static_cast<int>(random() % static_cast<unsigned>(count));
+            if (own.VisitRow(0, row, columns, 3, CellFormat::Classic(), check) && !check.IsGood())
+                ++wrong;
+            if (random() % 50 == 0)
+                own.Sort(0, {DataSort(static_cast<int>(random() % 3), random() % 2 == 0)}, nullptr, 0);
+            if (random() % 50 == 0)
+                own.HideRow(0, row);
+            if (random() % 50 == 0)
+                own.FindString(0, 1, "nowhere", 0);
+            if (random() % 100 == 0) {
+                own.LockAll();  // nothing moves under it
+                const int rows = own.GetNumberOfRows(0);
+                for (int i = 0; i < rows; ++i) {
+                    if (!own.VisitRow(0, i, columns, 3, CellFormat::Classic(), check) || !check.IsGood())
+                        ++wrong;
+                }
+                wrong += rows == own.GetNumberOfRows(0) ? 0 : 1;
+                own.UnlockAll();
+            }
+        }
+        return wrong;
+    }
+
+    // Edits with `edit(handle, random)` while three readers watch.
+    template <class Edit>
+    void Run(int edits, Edit edit) {
+        std::mt19937 random(5);
+        for (int row = 0; row < 100; ++row)
+            Append(store, row + 1);
+        std::atomic<bool> done{false};
+        std::atomic<int> wrong{0};
+        std::vector<std::thread> readers;
+        for (unsigned reader = 0; reader < 3; ++reader)
+            readers.emplace_back([this, reader, &done, &wrong] { wrong += Watch(store, reader, done); });
+        for (int i = 0; i < edits; ++i)
+            edit(store, random);
+        done = true;
+        for (std::thread& reader : readers)
+            reader.join();
+        EXPECT_EQ(0, wrong);
+        // All is still in its place.
+        for (int row = 0; row < store.GetNumberOfRows(0); ++row) {
+            const int number = store.GetInt(0, row, 0);
+            ASSERT_EQ(TextOf(number), store.GetString(0, row, 1));
+        }
+    }
+
+    DataStorage store = DataStorage::CreateResultsStorage(true);
+};
+
+TEST(StoreThreadsTest, ReadersBesideAnEditorWithARowLock) {
+    EditedRows rows;
+    rows.Run(3000, [](DataStorage& handle, std::mt19937& random) {
+        RowLock lock = handle.GetRowLock(0);
+        lock.Lock();
+        EditedRows::EditOnce(handle, random);
+        lock.UnLock();
+    });
+}
+
+TEST(StoreThreadsTest, ReadersBesideAnEditorThatHoldsAll) {
+    EditedRows rows;
+    rows.Run(300, [](DataStorage& handle, std::mt19937& random) {
+        handle.WriteLockAll();
+        for (int i = 0; i < 10; ++i)
+            EditedRows::EditOnce(handle, random);
+        handle.UnlockAll();
+    });
+}
+
+// Changes of the rows' order take the lock themselves.
+TEST(StoreThreadsTest, DeletingNeedsNoLockOfTheCaller) {
+    EditedRows rows;
+    for (int row = 0; row < 2000; ++row)
+        EditedRows::Append(rows.store, 1 + row);
+    rows.Run(1500, [](DataStorage& handle, std::mt19937& random) {
+        handle.Edit().DeleteRow(
+            0, static_cast<int>(random() % static_cast<unsigned>(handle.GetNumberOfRows(0))));
+    });
+    EXPECT_EQ(600, rows.store.GetNumberOfRows(0));
+}
+
+TEST(StoreThreadsTest, EditsWaitForReadersThatHoldAll) {
+    EditedRows rows;
+    EditedRows::Append(rows.store, 7);
+    rows.store.LockAll();
+    EXPECT_THROW(rows.store.Edit().DeleteRow(0, 0), std::runtime_error);
+    std::atomic<bool> deleted{false};
+    std::thread editor([&] {
+        rows.store.Edit().DeleteRow(0, 0);
+        deleted = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    EXPECT_FALSE(deleted);
+    EXPECT_EQ(7, rows.store.GetInt(0, 0, 0));
+    rows.store.UnlockAll();
+    editor.join();
+    EXPECT_EQ(0, rows.store.GetNumberOfRows(0));
+}
+
 }  // namespace
 }  // namespace qxdbsqlengine
