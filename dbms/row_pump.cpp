@@ -14,6 +14,7 @@
 #include "request/sql_request.h"
 #include "storage/data_storage.h"
 #include "storage/data_storage_inserter.h"
+#include "storage/named_type_handler.h"
 
 namespace qxdbsqlengine {
 
@@ -131,8 +132,7 @@ class InserterFactory {
             case DataTypeTimestamp:
                 return MakeTyped<qxdb::Timestamp, TimestampDataStorageInserter>(field, column, handler);
             case DataTypeNamedType:
-                // Their text is made from a nested cursor.
-                throw qxutils::QXException("NamedTypeHandler is not available in this build");
+                return std::make_unique<NamedTypeHandler>(&field, &storage, resultSet, column);
             default:
                 throw qxutils::QXException(ResourceLoader::LoadString(UnsupportedTypeText));
         }

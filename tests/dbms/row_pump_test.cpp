@@ -399,17 +399,15 @@ TEST_F(RowPumpTest, HandlersAreThoseOfTheLogicalResultSet) {
     EXPECT_EQ(Column(0, 1), (Texts{"#5"}));
 }
 
-TEST_F(RowPumpTest, NamedTypesAreRefused) {
-    bool fetched = false;
+TEST_F(RowPumpTest, NamedTypesAreStoredAsText) {
     OpenCursor open =
-        Open(Rows({MakeColumn("A", Column::BindCursor)}, {{"x"}}).AtRow(0, [&fetched] { fetched = true; }));
-    try {
-        Pump(open);
-        FAIL() << "no exception";
-    } catch (const qxutils::QXException& failure) {
-        EXPECT_STREQ(failure.what(), "NamedTypeHandler is not available in this build");
-    }
-    EXPECT_FALSE(fetched);
+        Open(Rows({MakeColumn("A", Column::BindCursor), IntColumn("B")},
+                  {{Nested(Rows({IntColumn("X"), TextColumn("Y")}, {{1, "red"}})), 5}, {qxtest::Null(), 6}}));
+    Pump(open);
+    EXPECT_EQ(store->GetDataType(0, 0), qxdbsqlengine::DataTypeNamedType);
+    EXPECT_EQ(store->GetString(0, 0, 0), "((1, 'red'))\r\n");
+    EXPECT_TRUE(store->IsNull(0, 1, 0));
+    EXPECT_EQ(store->GetInt(0, 1, 1), 6);
 }
 
 // True when another thread can write into the store, so nobody holds its lock.

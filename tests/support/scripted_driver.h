@@ -57,6 +57,14 @@ struct LobCell {
     bool nullAfterRead = false;  // IsNull turns true once the stream was read
 };
 
+class Result;
+
+// A cursor within the row, of a column of type BindCursor: its columns, rows and actions at rows.
+struct NestedCell {
+    std::shared_ptr<const Result> result;
+};
+NestedCell Nested(Result result);
+
 // Reading the field throws.
 struct FailingCell {
     Errors errors;
@@ -66,7 +74,7 @@ struct FailingCell {
 class Cell {
   public:
     using Value = std::variant<NullCell, std::string, short, int, long, __int64, float, double, qxdb::Decimal,
-                               qxdb::DynBuffer, qxdb::Timestamp, LobCell, FailingCell>;
+                               qxdb::DynBuffer, qxdb::Timestamp, LobCell, NestedCell, FailingCell>;
 
     Cell(NullCell) {}
     Cell(const char* text) : value(std::string(text)) {}

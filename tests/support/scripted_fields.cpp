@@ -15,6 +15,9 @@ std::string Text(const std::string& value) {
 std::string Text(const LobCell& value) {
     return value.bytes;
 }
+std::string Text(const NestedCell&) {
+    throw MakeErrors("A nested cursor has no text");
+}
 std::string Text(const NullCell&) {
     return std::string();
 }
@@ -34,6 +37,53 @@ std::string Text(const T& value) {
     stream << value;
     return stream.str();
 }
+
+class NestedBinding : public qxdb::BindValueImpl {
+  public:
+    NestedBinding(std::shared_ptr<const Result> scriptedResult, std::shared_ptr<CurrentRow> currentRow)
+        : result(std::move(scriptedResult)), row(std::move(currentRow)) {}
+
+    qxdb::Schema GetSchema() override { return qxdb::Schema(result->columns); }
+    std::vector<std::unique_ptr<qxdb::Field>> MakeFields(bool bindAsStrings,
+                                                         const qxdb::ExclusionIndex& exclusion) override {
+        std::vector<std::unique_ptr<qxdb::Field>> fields;
+        for (unsigned int i = 0; i < result->columns.size(); ++i) {
+            if (exclusion.count(i) == 0)
+                fields.push_back(std::make_unique<ScriptField>(result->columns[i], row, i, bindAsStrings));
+        }
+        return fields;
+    }
+
+  private:
+    std::shared_ptr<const Result> result;
+    std::shared_ptr<CurrentRow> row;
+};
+
+class NestedCursor : public qxdb::CursorImpl {
+  public:
+    explicit NestedCursor(std::shared_ptr<const Result> scriptedResult)
+        : result(std::move(scriptedResult)), row(std::make_shared<CurrentRow>()) {}
+
+    bool Fetch() override {
+        for (const Result::RowEvent& event : result->rowEvents) {
+            if (event.row == next && event.action)
+                event.action();
+        }
+        ++row->number;
+        const bool found = next < static_cast<int>(result->rows.size());
+        row->cells = found ? &result->rows[static_cast<std::size_t>(next++)] : nullptr;
+        return found;
+    }
+    std::shared_ptr<qxdb::BindValueImpl> Bind() override {
+        return std::make_shared<NestedBinding>(result, row);
+    }
+    unsigned int GetRowCount() override { throw MakeErrors("A nested cursor has no row count"); }
+
+  private:
+    std::shared_ptr<const Result> result;
+    std::shared_ptr<CurrentRow> row;
+    int next = 0;
+};
 
 }  // namespace
 
@@ -82,6 +132,14 @@ qxdb::DynBuffer& ScriptField::GetBuffer() {
         Refuse("buffer");
     buffer = *value;
     return buffer;
+}
+
+qxdb::Cursor& ScriptField::GetCursor() {
+    const NestedCell* const value = std::get_if<NestedCell>(&Value());
+    if (value == nullptr)
+        Refuse("GetCursor");
+    nested = qxdb::Cursor(std::make_shared<NestedCursor>(value->result));
+    return nested;
 }
 
 std::string ScriptField::AsString() {

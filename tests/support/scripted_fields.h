@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/qxdb/cursor.h"
 #include "support/scripted_driver.h"
 
 namespace qxtest {
@@ -40,6 +41,7 @@ class ScriptField : public qxdb::Field {
     bool IsNull() override;
     qxdb::RawStream* GetStream() override;
     qxdb::DynBuffer& GetBuffer() override;
+    qxdb::Cursor& GetCursor() override;
     std::string AsString() override;
     short AsShort() override { return Number<short>(); }
     int AsInt() override { return Number<int>(); }
@@ -66,6 +68,7 @@ class ScriptField : public qxdb::Field {
     CellStream stream;
     unsigned int streamRow = 0;
     qxdb::DynBuffer buffer;
+    qxdb::Cursor nested;
 };
 
 }  // namespace qxtest

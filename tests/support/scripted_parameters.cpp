@@ -17,6 +17,9 @@ std::string Streamed(const char* kind, const T& value) {
     return stream.str();
 }
 
+std::string Shown(const NestedCell&) {
+    return "a nested cursor";
+}
 std::string Shown(const NullCell&) {
     return "null";
 }

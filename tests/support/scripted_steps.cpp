@@ -29,6 +29,10 @@ std::string TextOf(const Errors& errors) {
     return text;
 }
 
+NestedCell Nested(Result result) {
+    return {std::make_shared<const Result>(std::move(result))};
+}
+
 qxdb::RawMessage Info(const std::string& text) {
     qxdb::RawMessage message;
     message.text = text;
