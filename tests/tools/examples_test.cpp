@@ -26,6 +26,32 @@ TEST(Examples, TwoViewsKeepTheirOwnOrder) {
         << result.out;
 }
 
+TEST(Examples, EditChangesBothViews) {
+    const ToolResult result = RunTool({EDIT_PATH});
+    EXPECT_EQ(0, result.exitCode) << result.err;
+    EXPECT_EQ(
+        "table:\n"
+        "  1 | Green tea | 450\n"
+        "  2 | Coffee | 820\n"
+        "  3 | Cocoa | 610\n"
+        "  4 | Honey | 1290\n"
+        "by price:\n"
+        "  4 | Honey | 1290\n"
+        "  2 | Coffee | 820\n"
+        "  3 | Cocoa | 610\n"
+        "  1 | Green tea | 450\n"
+        "table, edited:\n"
+        "  5 | Black tea | 380\n"
+        "  2 | Espresso | 820\n"
+        "  3 | Cocoa | 999\n"
+        "  4 | Honey | 1290\n"
+        "by price, edited:\n"
+        "  3 | Cocoa | 999\n"
+        "  2 | Espresso | 820\n"
+        "  5 | Black tea | 380\n",
+        result.out);
+}
+
 TEST(Examples, TourStreamsSortsExportsAndReadsBack) {
     const TemporaryDirectory directory;
     const std::string database = directory.File("shop.db");
