@@ -80,6 +80,12 @@ TEST_F(QxsqlServers, UserAndPassword) {
         EXPECT_EQ(0U, wrong.err.find("Error ")) << wrong.err;
         EXPECT_EQ(std::string::npos, wrong.err.find(password)) << wrong.err;
 
+        // The user may stand in the connection, or in the data source.
+        const ToolResult named =
+            RunTool({QXSQL_PATH, "odbc:DSN=" + std::string(source).substr(5) + ";UID=qx", "SELECT 1 AS a"},
+                    "", {{"QXSQL_PASSWORD", password}});
+        EXPECT_EQ("a\r\n1\r\n", named.out) << named.err;
+
         unsetenv("QXSQL_PASSWORD");
         TerminalTool typed(words);
         ASSERT_TRUE(typed.WaitFor("Password of qx: "));

@@ -51,7 +51,7 @@ class NoConnection {};
 
 std::unique_ptr<ToolConnection> Connect(const CommandLine& line) {
     try {
-        return std::make_unique<ToolConnection>(line, line.user.empty() ? "" : FindPassword(line.user));
+        return std::make_unique<ToolConnection>(line, FindPassword(line.user));
     } catch (const Errors& errors) {
         PrintErrors(errors);
         throw NoConnection();

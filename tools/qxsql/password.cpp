@@ -129,6 +129,9 @@ std::string Ask(int file, const std::string& prompt) {
 std::string FindPassword(const std::string& user) {
     if (const char* const given = std::getenv("QXSQL_PASSWORD"))
         return given;
+    // Without one the data source has its own, or the server asks for none.
+    if (user.empty())
+        return "";
     const int file = open("/dev/tty", O_RDWR | O_CLOEXEC | O_NOCTTY);
     if (file < 0)
         return "";
