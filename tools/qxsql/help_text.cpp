@@ -9,9 +9,10 @@ const char* HelpDescription() {
 }
 
 const char* HelpFooter() {
-    return R"(CONNECTION is a driver's name, a colon and its data source: sqlite:FILE or sqlite::memory:, odbc:DSN for a
-data source of ODBC, odbc:Driver=NAME;KEYWORD=VALUE;... for one of its drivers. --drivers lists them.
-With --user NAME the password is the value of QXSQL_PASSWORD, or it is asked for on the terminal.
+    return R"(CONNECTION is a driver's name, a colon and its data source: sqlite:FILE or sqlite::memory:, odbc:DSN
+for a data source of ODBC, odbc:Driver=NAME;KEYWORD=VALUE;... for one of its drivers. --drivers lists
+what is there. The password is the value of QXSQL_PASSWORD; where that is not set, --user NAME asks
+for it on the terminal.
 
 SQL is run as one text. What comes from -f FILE or from standard input is a script: it is split
 into its statements as the server's own client would do, and they run one after the other, the
