@@ -247,7 +247,7 @@ TEST_F(QxsqlServers, DefinitionsOfStoredPrograms) {
         "END",
         "CREATE OR REPLACE DEFINER=CURRENT_USER FUNCTION qx_program_of(a INT) RETURNS INT DETERMINISTIC\n"
         "BEGIN SET a = 1; RETURN a; END",
-        "CREATE OR REPLACE TRIGGER qx_trigger BEFORE INSERT ON qx_programs FOR EACH ROW\n"
+        "CREATE OR REPLACE TRIGGER qx_trigger1 BEFORE INSERT ON qx_programs FOR EACH ROW\n"
         "BEGIN SET NEW.a = 1; SET NEW.b = 2; END",
         "CREATE OR REPLACE EVENT qx_event ON SCHEDULE EVERY 1 YEAR DO BEGIN SET @a = 1; SET @b = 2; END",
         "ALTER EVENT qx_event DO BEGIN SET @a = 2; SET @b = 3; END",
