@@ -75,12 +75,14 @@ TEST(OdbcOptions, AreRead) {
     EXPECT_EQ(plain.blockRows, 1000u);
     EXPECT_TRUE(plain.asksForWarnings);
     EXPECT_FALSE(plain.readsSequentially);
-    const DriverOptions options =
-        DriverOptions::Parse(" Connect-Timeout=7, BLOCK=10;warnings=OFF create\tgetdata=sequential");
+    EXPECT_FALSE(plain.unlimitedAsLob);
+    const DriverOptions options = DriverOptions::Parse(
+        " Connect-Timeout=7, BLOCK=10;warnings=OFF create\tgetdata=sequential unlimited=LOB");
     EXPECT_EQ(options.connectTimeoutSeconds, 7u);
     EXPECT_EQ(options.blockRows, 10u);
     EXPECT_FALSE(options.asksForWarnings);
     EXPECT_TRUE(options.readsSequentially);
+    EXPECT_TRUE(options.unlimitedAsLob);
     EXPECT_TRUE(DriverOptions::Parse("warnings=on").asksForWarnings);
     for (const char* const bad :
          {"block=0", "block=1001", "block=", "block=x", "block=1x", "connect-timeout=0"}) {
@@ -90,8 +92,8 @@ TEST(OdbcOptions, AreRead) {
               "The option \"block=1001\" takes a number from 1 to 1000");
     EXPECT_EQ(
         FailureOf([] { DriverOptions::Parse("warnings=maybe"); }).text,
-        "Unknown option \"warnings=maybe\"; known are connect-timeout=SECONDS, block=ROWS, warnings=off and "
-        "getdata=sequential");
+        "Unknown option \"warnings=maybe\"; known are connect-timeout=SECONDS, block=ROWS, warnings=off, "
+        "getdata=sequential and unlimited=lob");
 }
 
 }  // namespace
