@@ -24,6 +24,13 @@ inline qxdb::Connection OpenPostgres(const std::string& more = "", const std::st
     return Postgres(more, options, type).Connect();
 }
 
+// Whether figures of the process's memory are the tested code's: a sanitizer has memory of its own.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+inline constexpr bool memoryCounts = false;
+#else
+inline constexpr bool memoryCounts = true;
+#endif
+
 // A table of the test's own: dropped at the beginning and at the end.
 class TestTable {
   public:

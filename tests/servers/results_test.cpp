@@ -11,6 +11,9 @@ using Lines = std::vector<std::string>;
 using Clock = std::chrono::steady_clock;
 
 long PeakMiB() {
+    if (!memoryCounts) {
+        return 0;
+    }
     std::ifstream file("/proc/self/status");
     std::string word;
     long value = 0;
