@@ -493,6 +493,34 @@ TEST_F(EditableColumnsTest, DecimalsCanBeReplaced) {
     EXPECT_EQ(0, column.GetPrecision());
 }
 
+TEST_F(EditableColumnsTest, DecimalThatIsRefusedMemoryIsZero) {
+    const qxdb::Decimal great(std::string(2000, '7') + ".25");
+    bool reached = true;
+    for (int n = 0; reached; ++n) {
+        OpenAlloc ownAlloc(10, 100, false);
+        CellAlloc own(ownAlloc);
+        EditableDecimalStorage column(own, 0);
+        column.InsertDecimal(qxdb::Decimal(-15, 1));
+        // Leaves less than the chain needs in the page.
+        std::vector<int> taken(511 - 2 - 3);
+        for (int& id : taken)
+            own.Allocate(id);
+        bool thrown = false;
+        {
+            RefusedMemory refused(n);
+            try {
+                column.SetDecimal(0, great);
+            } catch (const std::bad_alloc&) {
+                thrown = true;
+            }
+            reached = refused.WasReached();
+        }
+        EXPECT_EQ(reached, thrown);
+        EXPECT_EQ(0, column.AsDecimal(0).Compare(thrown ? qxdb::Decimal(0, 0) : great)) << n;
+        EXPECT_EQ(static_cast<int>(taken.size()) + 2 + (thrown ? 0 : 7), own.CellsInUse()) << n;
+    }
+}
+
 TEST_F(EditableColumnsTest, DecimalsCompareByValueWhateverTheScale) {
     EditableDecimalStorage column(cells, 0);
     const char* const values[] = {"-18446744073709551616.5",
