@@ -162,6 +162,20 @@ inline std::vector<std::vector<std::string>> Cells(DataStorage& store, int resul
     return rows;
 }
 
+// Values that a script must not stumble over; `backslashes`: those too that MySQL reads in a way of its own.
+inline std::vector<std::string> OddTexts(bool backslashes) {
+    std::vector<std::string> texts = {"plain", "it's", "'",
+                                      "''",    "a\nb", "-- no comment",
+                                      "/* no", ";",    "a;b",
+                                      "\"q\"", "`b`",  "",
+                                      "   ",   "go",   "\xC3\xA4\xF0\x9F\x98\x80",
+                                      "NULL",  "#",    "VALUES ( 'x' )"};
+    if (backslashes)
+        for (const char* text : {"\\", "a\\'b", "\\n"})
+            texts.push_back(text);
+    return texts;
+}
+
 // A folder, a cancel flag, a callback and a store; files are named `file` unless told otherwise.
 class PersistenceTest : public ::testing::Test {
   protected:
