@@ -367,7 +367,7 @@ TEST_F(PersistenceTest, TimestampsOfASortedViewOverSeveralBlocks) {
         if (i % 10 == 0)
             store->InsertNull(0, 2);
         else
-            store->InsertTimestamp(0, 2, Time(1900, 1, 1, 0, 0, 0, i * 1000000 % 1000000000));
+            store->InsertTimestamp(0, 2, Time(1900, 1, 1, 0, 0, 0, i % 1000 * 1000000));
     }
     store->Sort(0, {DataSort(0, true)}, nullptr, 0);
     const std::string text =
