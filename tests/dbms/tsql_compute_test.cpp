@@ -48,7 +48,7 @@ class TsqlComputeTest : public TsqlTest<typename FamilyOfTest::Handler, FamilyOf
 
 using Families = ::testing::Types<Family<SQLServerHandler, qxdb::DBTYPE_SQLSERVER>,
                                   Family<SybaseHandler, qxdb::DBTYPE_SYBASE>>;
-TYPED_TEST_SUITE(TsqlComputeTest, Families);
+TYPED_TEST_SUITE(TsqlComputeTest, Families, );
 
 TYPED_TEST(TsqlComputeTest, EachGroupHasItsRowsAndItsComputeRow) {
     this->server.Expect(Sql)
