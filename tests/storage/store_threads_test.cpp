@@ -464,13 +464,13 @@ TEST(StoreThreadsTest, ReadersBesideAnEditorThatHoldsAll) {
 // Changes of the rows' order take the lock themselves.
 TEST(StoreThreadsTest, DeletingNeedsNoLockOfTheCaller) {
     EditedRows rows;
-    for (int row = 0; row < 2000; ++row)
+    for (int row = 0; row < 1000; ++row)
         EditedRows::Append(rows.store, 1 + row);
-    rows.Run(1500, [](DataStorage& handle, std::mt19937& random) {
+    rows.Run(800, [](DataStorage& handle, std::mt19937& random) {
         handle.Edit().DeleteRow(
             0, static_cast<int>(random() % static_cast<unsigned>(handle.GetNumberOfRows(0))));
     });
-    EXPECT_EQ(600, rows.store.GetNumberOfRows(0));
+    EXPECT_EQ(300, rows.store.GetNumberOfRows(0));
 }
 
 TEST(StoreThreadsTest, EditsWaitForReadersThatHoldAll) {
