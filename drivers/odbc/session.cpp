@@ -105,9 +105,9 @@ bool Session::ZeroDatesAreTold() {
 }
 
 void Session::SetCurrentDatabase(const std::string& name) {
-    WideText wide = ToWide(name);
-    const SQLRETURN code = SQLSetConnectAttrW(Raw(), SQL_ATTR_CURRENT_CATALOG, wide.data(),
-                                              static_cast<SQLINTEGER>(wide.size() * sizeof(SQLWCHAR)));
+    // Without a length: MariaDB's driver takes one for that of characters, and reads twice as far.
+    CatalogName terminated(name);
+    const SQLRETURN code = SQLSetConnectAttrW(Raw(), SQL_ATTR_CURRENT_CATALOG, terminated.Text(), SQL_NTS);
     if (!SQL_SUCCEEDED(code)) {
         throw ReadErrors({SQL_HANDLE_DBC, Raw()}, "SQLSetConnectAttr", {traits.family, nullptr});
     }
