@@ -252,13 +252,7 @@ bool IsPostgresProcedure(Session& session, const NameParts& name) {
     return SQL_SUCCEEDED(ExecuteText(statement.Raw(), sql)) && SQL_SUCCEEDED(SQLFetch(statement.Raw()));
 }
 
-}  // namespace
-
-ProcedureInfo FindProcedure(Session& session, const std::string& name, unsigned int parameterCount) {
-    const NameParts parts = PartsOf(session, name);
-    if (parts.procedure.empty()) {
-        return ProcedureInfo();
-    }
+ProcedureInfo Describe(Session& session, const NameParts& parts, unsigned int parameterCount) {
     std::vector<CatalogRow> rows = ReadCatalog(session, parts);
     TakeDeclaredTypes(session, parts, rows);
     const std::vector<ProcedureInfo> procedures = Group(rows);
@@ -273,6 +267,44 @@ ProcedureInfo FindProcedure(Session& session, const std::string& name, unsigned 
         isListed ? isFunction : !info.parameters.empty() && info.parameters.front().isReturnValue;
     if (session.Traits().family == Family::PostgreSQL) {
         info.isFunction = info.found && !IsPostgresProcedure(session, parts);
+    }
+    return info;
+}
+
+// MySQL databases of that name in other letters.
+std::vector<std::string> DatabasesInOtherCase(Session& session, const std::string& name) {
+    const StatementHandle statement(session.Raw());
+    const std::string literal = QuoteLiteral(name, session.Traits());
+    const std::string sql =
+        "SELECT SCHEMA_NAME FROM INFORMATION_SCHEMA.SCHEMATA WHERE LOWER(SCHEMA_NAME) = LOWER(" + literal +
+        ") AND BINARY SCHEMA_NAME <> " + literal;
+    std::vector<std::string> found;
+    if (SQL_SUCCEEDED(ExecuteText(statement.Raw(), sql))) {
+        while (SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
+            found.push_back(ReadCatalogText(statement.Raw(), 1).value_or(""));
+        }
+    }
+    return found;
+}
+
+}  // namespace
+
+ProcedureInfo FindProcedure(Session& session, const std::string& name, unsigned int parameterCount) {
+    NameParts parts = PartsOf(session, name);
+    if (parts.procedure.empty()) {
+        return ProcedureInfo();
+    }
+    ProcedureInfo info = Describe(session, parts, parameterCount);
+    const ServerTraits& traits = session.Traits();
+    if (info.found || traits.family != Family::MySQL || SplitName(name, traits.family).size() < 2) {
+        return info;
+    }
+    // Which of several is meant nobody can tell: the server refuses the name as it stands.
+    const std::vector<std::string> databases = DatabasesInOtherCase(session, parts.catalog);
+    if (databases.size() == 1) {
+        parts.catalog = databases.front();
+        info = Describe(session, parts, parameterCount);
+        info.callName = QuoteName(parts.catalog, traits) + "." + QuoteName(parts.procedure, traits);
     }
     return info;
 }

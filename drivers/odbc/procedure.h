@@ -21,13 +21,15 @@ struct ProcedureInfo {
     bool found = false;
     bool isFunction = false;
     bool returnsRows = false;                    // a function whose rows are a result
+    std::string callName;                        // what to call instead of the name that was given
     std::vector<ProcedureParameter> parameters;  // a return value first
 };
 
 // Looks a procedure up by its name, which may have the schema (on MySQL the database) in front and may stand
 // in the server's quotes. Of several of one name, in the order of the catalog: the first with
 // `parameterCount` parameters besides a return value; else the first with as many including it; else the
-// first. Throws Errors when the catalog can't be read.
+// first. A database of MySQL is also found in other letters, as calls out of scripts come in capitals; the
+// procedure is then called by `callName`. Throws Errors when the catalog can't be read.
 ProcedureInfo FindProcedure(Session& session, const std::string& name, unsigned int parameterCount);
 
 }  // namespace qxdrivers::odbc

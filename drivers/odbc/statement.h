@@ -100,8 +100,8 @@ class OdbcStatement final : public qxdb::StatementImpl {
     std::unique_ptr<ServerCursor> serverCursor;  // not yet with a result
     std::string firstWord;
     bool hasNoMoreResults = false;  // of the text; the driver need not be asked
-    int results = 0;     // of any kind so far
-    int resultSets = 0;  // those with columns
+    int results = 0;                // of any kind so far
+    int resultSets = 0;             // those with columns
     bool outputsRead = false;
 
     std::shared_ptr<ResultSet> result;  // the current result, when it has columns

@@ -51,7 +51,8 @@ void ReadWarnings(Session& session) {
 }  // namespace
 
 void ForgetReportedWarnings(Session& session, const std::string& sql) {
-    if (!session.Traits().asksForWarnings || !session.warningsAreStale || LooksBack(sql)) {
+    if (!session.Traits().asksForWarnings || !session.callback || !session.warningsAreStale ||
+        LooksBack(sql)) {
         return;
     }
     session.warningsAreStale = false;
@@ -59,7 +60,12 @@ void ForgetReportedWarnings(Session& session, const std::string& sql) {
 }
 
 void ReportWarnings(Session& session, const std::string& sql) noexcept {
-    if (!session.Traits().asksForWarnings || !session.callback || LooksBack(sql) || IsLookedBackAt(sql)) {
+    if (!session.Traits().asksForWarnings || LooksBack(sql) || IsLookedBackAt(sql)) {
+        return;
+    }
+    if (!session.callback) {
+        // There may be some, which nobody is told; a later statement must not be told them for its own.
+        session.warningsAreStale = true;
         return;
     }
     try {

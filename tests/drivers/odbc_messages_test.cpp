@@ -104,6 +104,12 @@ TEST(MariaDBMessages, WarningsAreInformationalRecords) {
     connection.SetCallback(nullptr);
     RunAll(connection, "INSERT IGNORE INTO warned VALUES(1000)");
     EXPECT_TRUE(messages.all.empty());
+    // Nor is whoever listens later told of them, behind a statement that uses no table.
+    connection.SetCallback(&messages);
+    RunAll(connection, "SET @a = 1");
+    EXPECT_TRUE(messages.all.empty());
+    RunAll(connection, "INSERT IGNORE INTO warned VALUES(1000)");
+    EXPECT_EQ(messages.all.size(), 1u);
 }
 
 // A statement that uses no table leaves the warnings of the one before it on the server.

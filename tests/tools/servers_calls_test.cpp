@@ -183,6 +183,26 @@ TEST_F(QxsqlCalls, CallsInScripts) {
     EXPECT_EQ("Output values:\nb = 42\n\r\nOutput values:\nb = other\n", postgres.out);
 }
 
+// The names of databases differ by their case, and calls of scripts come in capitals.
+TEST_F(QxsqlCalls, CallsInScriptsNameADatabase) {
+    Install({"MariaDB", OnMariaDB},
+            "CREATE DATABASE IF NOT EXISTS qx_Calls;\n"
+            "CREATE OR REPLACE PROCEDURE qx_Calls.qx_there(IN a INT, OUT b INT) BEGIN SET b = a + 1; END;\n"
+            "CREATE DATABASE IF NOT EXISTS qx_twins;\n"
+            "CREATE DATABASE IF NOT EXISTS QX_Twins;\n"
+            "CREATE OR REPLACE PROCEDURE qx_twins.qx_there(IN a INT, OUT b INT) BEGIN SET b = a + 1; END;\n");
+    const ToolResult found = Qxsql(OnMariaDB({"-f", Script("CALL qx_Calls.qx_there(1, ?);\n"
+                                                           "call qx_calls.QX_THERE(2, ?);\n")}));
+    EXPECT_EQ(0, found.exitCode) << found.err;
+    EXPECT_EQ("Output values:\nb = 2\n\r\nOutput values:\nb = 3\n", found.out);
+
+    const ToolResult twins = Qxsql(OnMariaDB({"-f", Script("CALL qx_twins.qx_there(1, ?);\n")}));
+    EXPECT_EQ(1, twins.exitCode);
+    EXPECT_NE(std::string::npos, twins.err.find("QX_TWINS")) << twins.err;
+    Install({"MariaDB", OnMariaDB},
+            "DROP DATABASE qx_Calls;\nDROP DATABASE qx_twins;\nDROP DATABASE QX_Twins;\n");
+}
+
 TEST_F(QxsqlCalls, OnAScreen) {
     Install({"MariaDB", OnMariaDB},
             "DROP PROCEDURE IF EXISTS qx_screen;\n"
