@@ -116,9 +116,13 @@ TEST_F(ScriptCancelTest, WhileTheParserIsMade) {
 TEST_F(ScriptCancelTest, WhileAStatementRuns) {
     server.Expect("aa").Hangs();
     parser.Puts(Item("aa").Line(7)).Puts("never").WaitsForCancel();
+    // The end of the run cancels a parse that is not yet over once more.
+    std::atomic<bool> cancelledBefore{false};
     parser.At("CancelParse", [&] {
-        EXPECT_EQ(server.CancelCount(), 0);
-        EXPECT_FALSE(request.IsCancelled());
+        if (!cancelledBefore.exchange(true)) {
+            EXPECT_EQ(server.CancelCount(), 0);
+            EXPECT_FALSE(request.IsCancelled());
+        }
         return S_OK;
     });
     EXPECT_TRUE(RunAndCancel([&] {
