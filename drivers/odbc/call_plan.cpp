@@ -184,8 +184,8 @@ CallPlan PlanMySqlCallText(const CallText& call, ParameterBinding& binding, cons
 
 // The escape syntax of PostgreSQL, of which its driver knows functions only.
 CallPlan PlanPostgresCallText(const CallText& call, ParameterBinding& binding, Session& session) {
-    const ProcedureInfo procedure =
-        FindProcedure(session, call.name, static_cast<unsigned int>(call.arguments.size()));
+    const ProcedureInfo procedure = FindProcedure(session, call.name, call.hasReturnValue,
+                                                  static_cast<unsigned int>(call.arguments.size()));
     CallPlan plan;
     plan.outputs = CallPlan::Outputs::Row;
     std::size_t slot = 0;

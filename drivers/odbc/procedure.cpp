@@ -214,8 +214,13 @@ ProcedureInfo Select(const std::vector<ProcedureInfo>& procedures, unsigned int 
     return procedures.front();
 }
 
-// Of a procedure without parameters the catalog of columns knows nothing.
-bool IsListed(Session& session, const NameParts& name, bool& isFunction) {
+bool ReturnsValue(const ProcedureInfo& info) {
+    return !info.parameters.empty() && info.parameters.front().isReturnValue;
+}
+
+// Of a procedure without parameters the catalog of columns knows nothing. Found is the one of the kind that
+// is wanted, or else the first.
+bool IsListed(Session& session, const NameParts& name, bool wantsFunction, bool& isFunction) {
     const StatementHandle statement(session.Raw());
     CatalogName catalog(name.catalog);
     CatalogName schema(name.schema);
@@ -225,14 +230,20 @@ bool IsListed(Session& session, const NameParts& name, bool& isFunction) {
     if (!SQL_SUCCEEDED(code)) {
         return false;
     }
+    bool isListed = false;
     while (SQL_SUCCEEDED(SQLFetch(statement.Raw()))) {
         const std::string found = ReadCatalogText(statement.Raw(), ColumnProcedure).value_or("");
-        if (IsNamed(found, name.procedure, session.Traits().family)) {
-            isFunction = ReadCatalogNumber(statement.Raw(), ProcedureType, SQL_PT_UNKNOWN) == SQL_PT_FUNCTION;
-            return true;
+        if (!IsNamed(found, name.procedure, session.Traits().family)) {
+            continue;
         }
+        const bool isOne =
+            ReadCatalogNumber(statement.Raw(), ProcedureType, SQL_PT_UNKNOWN) == SQL_PT_FUNCTION;
+        if (!isListed || isOne == wantsFunction) {
+            isFunction = isOne;
+        }
+        isListed = true;
     }
-    return false;
+    return isListed;
 }
 
 // PostgreSQL's driver calls all of them functions; servers before 11 have nothing else.
@@ -252,19 +263,25 @@ bool IsPostgresProcedure(Session& session, const NameParts& name) {
     return SQL_SUCCEEDED(ExecuteText(statement.Raw(), sql)) && SQL_SUCCEEDED(SQLFetch(statement.Raw()));
 }
 
-ProcedureInfo Describe(Session& session, const NameParts& parts, unsigned int parameterCount) {
+ProcedureInfo Describe(Session& session, const NameParts& parts, bool wantsFunction,
+                       unsigned int parameterCount) {
     std::vector<CatalogRow> rows = ReadCatalog(session, parts);
     TakeDeclaredTypes(session, parts, rows);
-    const std::vector<ProcedureInfo> procedures = Group(rows);
+    std::vector<ProcedureInfo> procedures = Group(rows);
+    bool isFunction = false;
+    const bool isListed = IsListed(session, parts, wantsFunction, isFunction);
+    if (isListed && session.Traits().family == Family::MySQL) {
+        procedures.erase(
+            std::remove_if(procedures.begin(), procedures.end(),
+                           [&](const ProcedureInfo& one) { return ReturnsValue(one) != isFunction; }),
+            procedures.end());
+    }
     ProcedureInfo info;
     if (!procedures.empty()) {
         info = Select(procedures, parameterCount);
     }
-    bool isFunction = false;
-    const bool isListed = IsListed(session, parts, isFunction);
     info.found = info.found || isListed;
-    info.isFunction =
-        isListed ? isFunction : !info.parameters.empty() && info.parameters.front().isReturnValue;
+    info.isFunction = isListed ? isFunction : ReturnsValue(info);
     if (session.Traits().family == Family::PostgreSQL) {
         info.isFunction = info.found && !IsPostgresProcedure(session, parts);
     }
@@ -289,12 +306,13 @@ std::vector<std::string> DatabasesInOtherCase(Session& session, const std::strin
 
 }  // namespace
 
-ProcedureInfo FindProcedure(Session& session, const std::string& name, unsigned int parameterCount) {
+ProcedureInfo FindProcedure(Session& session, const std::string& name, bool wantsFunction,
+                            unsigned int parameterCount) {
     NameParts parts = PartsOf(session, name);
     if (parts.procedure.empty()) {
         return ProcedureInfo();
     }
-    ProcedureInfo info = Describe(session, parts, parameterCount);
+    ProcedureInfo info = Describe(session, parts, wantsFunction, parameterCount);
     const ServerTraits& traits = session.Traits();
     if (info.found || traits.family != Family::MySQL || SplitName(name, traits.family).size() < 2) {
         return info;
@@ -303,7 +321,7 @@ ProcedureInfo FindProcedure(Session& session, const std::string& name, unsigned 
     const std::vector<std::string> databases = DatabasesInOtherCase(session, parts.catalog);
     if (databases.size() == 1) {
         parts.catalog = databases.front();
-        info = Describe(session, parts, parameterCount);
+        info = Describe(session, parts, wantsFunction, parameterCount);
         info.callName = QuoteName(parts.catalog, traits) + "." + QuoteName(parts.procedure, traits);
     }
     return info;

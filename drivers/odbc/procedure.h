@@ -28,8 +28,10 @@ struct ProcedureInfo {
 // Looks a procedure up by its name, which may have the schema (on MySQL the database) in front and may stand
 // in the server's quotes. Of several of one name, in the order of the catalog: the first with
 // `parameterCount` parameters besides a return value; else the first with as many including it; else the
-// first. A database of MySQL is also found in other letters, as calls out of scripts come in capitals; the
-// procedure is then called by `callName`. Throws Errors when the catalog can't be read.
-ProcedureInfo FindProcedure(Session& session, const std::string& name, unsigned int parameterCount);
+// first. Where a procedure and a function of MySQL share a name, `wantsFunction` says which is meant. A
+// database of MySQL is also found in other letters, as calls out of scripts come in capitals; the procedure
+// is then called by `callName`. Throws Errors when the catalog can't be read.
+ProcedureInfo FindProcedure(Session& session, const std::string& name, bool wantsFunction,
+                            unsigned int parameterCount);
 
 }  // namespace qxdrivers::odbc

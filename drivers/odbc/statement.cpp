@@ -176,7 +176,7 @@ std::vector<ParameterDescription> OdbcStatement::DescribeMarkers(const std::stri
 
 void OdbcStatement::PrepareCall(const std::string& name, bool isFunction) {
     const ProcedureInfo procedure =
-        FindProcedure(core->GetSession(), name, properties.procedureParameterCount);
+        FindProcedure(core->GetSession(), name, isFunction, properties.procedureParameterCount);
     callName = procedure.callName.empty() ? name : procedure.callName;
     callIsFunction = procedure.found ? procedure.isFunction : isFunction;
     callReturnsRows = procedure.returnsRows;

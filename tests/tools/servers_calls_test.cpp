@@ -203,6 +203,25 @@ TEST_F(QxsqlCalls, CallsInScriptsNameADatabase) {
             "DROP DATABASE qx_Calls;\nDROP DATABASE qx_twins;\nDROP DATABASE QX_Twins;\n");
 }
 
+// A procedure and a function may share a name, and the one without parameters is known to no list of them.
+TEST_F(QxsqlCalls, ProcedureAndFunctionOfOneName) {
+    Install({"MariaDB", OnMariaDB},
+            "CREATE OR REPLACE PROCEDURE qx_both(IN a INT, OUT b INT) BEGIN SET b = a + 1; END;\n"
+            "CREATE OR REPLACE FUNCTION qx_both(a INT) RETURNS INT RETURN a + 10;\n"
+            "CREATE OR REPLACE PROCEDURE qx_bare() BEGIN SELECT 'procedure' AS kind; END;\n"
+            "CREATE OR REPLACE FUNCTION qx_bare() RETURNS INT RETURN 7;\n");
+    const ToolResult procedure = Qxsql(OnMariaDB({"--procedure", "qx_both", "--param", "1"}));
+    EXPECT_EQ(0, procedure.exitCode) << procedure.err;
+    EXPECT_EQ("Output values:\nb = 2\n", procedure.out);
+    const ToolResult function = Qxsql(OnMariaDB({"--function", "qx_both", "--param", "1"}));
+    EXPECT_EQ(0, function.exitCode) << function.err;
+    EXPECT_NE(std::string::npos, function.out.find(" = 11\n")) << function.out;
+    const ToolResult bareProcedure = Qxsql(OnMariaDB({"--procedure", "qx_bare"}));
+    EXPECT_EQ("kind\r\nprocedure\r\n", bareProcedure.out) << bareProcedure.err;
+    const ToolResult bareFunction = Qxsql(OnMariaDB({"--function", "qx_bare"}));
+    EXPECT_NE(std::string::npos, bareFunction.out.find(" = 7\n")) << bareFunction.out;
+}
+
 TEST_F(QxsqlCalls, OnAScreen) {
     Install({"MariaDB", OnMariaDB},
             "DROP PROCEDURE IF EXISTS qx_screen;\n"
