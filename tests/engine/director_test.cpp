@@ -94,11 +94,11 @@ TEST_F(DirectorTest, RunsFollowEachOtherClosely) {
     constexpr int runs = 100;
     server.AcceptOthers();
     for (std::size_t i = 1; i <= runs; ++i) {
-        ASSERT_TRUE(Eventually([this] {
+        // Asked again and again: the end is told here a moment before the director takes the next run.
+        ASSERT_TRUE(Eventually([this, i] {
             Execute("select 1");
-            return director->IsExecuting();
-        }));
-        ASSERT_TRUE(Eventually([this, i] { return calls.LinesOf("OnRequestEnd").size() >= i; })) << i;
+            return calls.LinesOf("OnRequestEnd").size() >= i;
+        })) << i;
     }
 }
 
