@@ -105,7 +105,8 @@ TEST_F(BatchThreadTest, FileIsParsedByName) {
 
 TEST_F(BatchThreadTest, BytesOfTextAndFileNameReachTheParserWhole) {
     parser.Completes();
-    const std::string bytes("select '\xE9\xFF\xC3\xA9\xF0\x9F\x98\x80'\0 from t", 28);
+    constexpr char given[] = "select '\xE9\xFF\xC3\xA9\xF0\x9F\x98\x80'\0 from t";
+    const std::string bytes(given, sizeof given - 1);
     for (const bool isFile : {false, true}) {
         Make(bytes, isFile);
         RunToEnd();

@@ -114,7 +114,7 @@ TEST(OdbcConnection, TextIsUnicodeBothWays) {
         qxtest::OpenResult result(connection, "SELECT 1 AS " + text.substr(0, 5));
         EXPECT_EQ(result[0].GetName(), text.substr(0, 5));
         EXPECT_EQ(FailureOf(connection, "SELECT '\xFF'").text, "The text is no UTF-8 at byte 9");
-        EXPECT_EQ(FailureOf(connection, std::string("SELECT '\0'", 11)).text, "The SQL text has a zero byte");
+        EXPECT_EQ(FailureOf(connection, std::string("SELECT '\0'", 10)).text, "The SQL text has a zero byte");
     }
 }
 
