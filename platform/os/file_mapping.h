@@ -63,9 +63,9 @@ class QXSENG2_API TempFile {
     __int64 size = 0;
 };
 
-// Removes the names of all temporary files that are open in this process; their owners go on using them. For
-// an end of the process that leaves their owners behind, such as on a thread that never came back. Any
-// thread.
+// Removes the names of all temporary files that are open in this process, and of replacing files
+// (replacing_file.h); their owners go on using them. For an end of the process that leaves their owners
+// behind, such as on a thread that never came back. Any thread.
 QXSENG2_API void RemoveOpenTempFiles();
 
 // Views of a temporary file. One thread at a time (views themselves are plain memory).

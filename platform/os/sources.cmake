@@ -13,5 +13,9 @@ list(APPEND PLATFORM_SOURCES
   ${os_folder}/file_mapping.cpp
   ${os_folder}/file_removal.cpp
   ${os_folder}/loaded_module.cpp
+  ${os_folder}/replacing_file.cpp
   ${os_folder}/user_locale.cpp
   ${os_folder}/window.cpp)
+if(NOT WIN32)
+  list(APPEND PLATFORM_SOURCES os/posix/open_names.cpp)
+endif()

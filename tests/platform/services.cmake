@@ -11,6 +11,7 @@ qx_add_test(platform_services_test
     file_removal_test.cpp
     os_test.cpp
     read_write_lock_test.cpp
+    replacing_file_test.cpp
     string_utils_test.cpp
     thread_test.cpp
     variant_test.cpp

@@ -21,9 +21,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
-#include <mutex>
-#include <set>
 #include <vector>
+
+#include "platform/os/posix/open_names.h"
 
 namespace qxos {
 
@@ -52,34 +52,6 @@ bool WriteZeros(int descriptor, __int64 offset, std::size_t length) {
     return true;
 }
 
-// The names of the files that are open, for an end of the process that their owners don't see.
-class OpenNames {
-  public:
-    // Never destroyed: files may be closed after the static objects have gone.
-    static OpenNames& Get() {
-        static auto* const names = new OpenNames();
-        return *names;
-    }
-    void Add(const std::string& path) {
-        const std::lock_guard<std::mutex> guard(lock);
-        paths.insert(path);
-    }
-    void Remove(const std::string& path) {
-        const std::lock_guard<std::mutex> guard(lock);
-        paths.erase(path);
-    }
-    void Unlink() {
-        const std::lock_guard<std::mutex> guard(lock);
-        for (const std::string& path : paths) {
-            ::unlink(path.c_str());
-        }
-    }
-
-  private:
-    std::mutex lock;
-    std::set<std::string> paths;
-};
-
 bool MapRefused(__int64 offset, std::size_t size) {
     FaultInjector* const injector = faultInjector;
     return injector != nullptr && injector->RefuseMap(offset, size);
@@ -102,10 +74,6 @@ std::string TempDirectory() {
     return directory;
 }
 
-void RemoveOpenTempFiles() {
-    OpenNames::Get().Unlink();
-}
-
 TempFile::TempFile() = default;
 
 TempFile::~TempFile() {
@@ -125,7 +93,7 @@ bool TempFile::Create(const std::string& prefix) {
     }
     descriptor = opened;
     path = std::move(name);
-    OpenNames::Get().Add(path);
+    AddOpenName(path);
     size = 0;
     return true;
 }
@@ -165,7 +133,7 @@ bool TempFile::Resize(__int64 newSize) {
 
 std::string TempFile::Keep() {
     if (descriptor >= 0) {
-        OpenNames::Get().Remove(path);
+        RemoveOpenName(path);
         ::close(descriptor);
         descriptor = -1;
     }
@@ -177,7 +145,7 @@ std::string TempFile::Keep() {
 
 void TempFile::Close() {
     if (descriptor >= 0) {
-        OpenNames::Get().Remove(path);
+        RemoveOpenName(path);
         ::unlink(path.c_str());
         ::close(descriptor);
         descriptor = -1;
