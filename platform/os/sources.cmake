@@ -14,6 +14,7 @@ list(APPEND PLATFORM_SOURCES
   ${os_folder}/file_removal.cpp
   ${os_folder}/loaded_module.cpp
   ${os_folder}/replacing_file.cpp
+  ${os_folder}/source_file.cpp
   ${os_folder}/user_locale.cpp
   ${os_folder}/window.cpp)
 if(NOT WIN32)

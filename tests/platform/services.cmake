@@ -12,6 +12,7 @@ qx_add_test(platform_services_test
     os_test.cpp
     read_write_lock_test.cpp
     replacing_file_test.cpp
+    source_file_test.cpp
     string_utils_test.cpp
     thread_test.cpp
     variant_test.cpp
