@@ -223,6 +223,8 @@ class QXSENG2_API CSingleRequestDirector : public ErrorCallback,
     void LeaveRun();
     // For derived classes that bring their own request; before the first run.
     void SetRequest(const RequestPtr& newRequest);
+    // The list that a request of theirs has to notify.
+    const SmartPtr<NotificationCallbacks>& GetNotificationCallbacks() const { return notificationCallbacks; }
     // The windows of a type, in the order of their registration; null for a type that is none of the nine.
     std::vector<HWND>* GetObservers(ObserverType type);
 

@@ -63,7 +63,7 @@ class QXSENG2_API LobExtract : public ComplexType {
     void SetFileName(const std::string& file);
     qxdb::LobLocator& GetLobLocator() { return lobLocator; }
     // One text for each column of the row in order, "[NULL]" for a null.
-    std::list<std::string>& GetRowValues() { return rowValues; }
+    std::list<std::string>& GetValueList() { return rowValues; }
 
   private:
     std::list<std::string> rowValues;

@@ -310,7 +310,7 @@ TEST_F(AppendOnlyResultsStorageTest, LobExtractHasLocatorAndTextsOfItsRow) {
     LobExtract lob = store.GetLob(view, 0, 0, 1);
     EXPECT_TRUE(lob.IsValid(true));
     EXPECT_EQ("PHOTOS", lob.TableName());
-    EXPECT_THAT(lob.GetRowValues(), ElementsAre("1001", "preview1", "[NULL]"));
+    EXPECT_THAT(lob.GetValueList(), ElementsAre("1001", "preview1", "[NULL]"));
     EXPECT_EQ("", lob.GetFileName());
     EXPECT_TRUE(lob.IsTempFileName());
     EXPECT_EQ("", store.GetLobFileName(view, 0, 0, 1));

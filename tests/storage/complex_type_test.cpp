@@ -53,7 +53,7 @@ TEST(LobExtractTest, AsksItsLocator) {
     lob.SetAsXMLType();
     EXPECT_EQ(1, xml);
     EXPECT_EQ("T", lob.GetLobLocator().TableName());
-    EXPECT_THAT(lob.GetRowValues(), ElementsAre("1", "[NULL]"));
+    EXPECT_THAT(lob.GetValueList(), ElementsAre("1", "[NULL]"));
 }
 
 TEST(LobExtractTest, FileIsTemporaryUntilItIsNamed) {

@@ -67,7 +67,7 @@ TEST(StoreThreadsTest, ReaderThatGetsNoLockGetsEmptyValues) {
         EXPECT_EQ(7, store.GetRowFromIndex(view, 0, 7));
         LobExtract lob = store.GetLob(view, 0, 0, 3);
         EXPECT_FALSE(lob.IsValid(true));
-        EXPECT_TRUE(lob.GetRowValues().empty());
+        EXPECT_TRUE(lob.GetValueList().empty());
         std::string text = "before";
         EXPECT_TRUE(store.GetNamedType(view, 0, 0, 4).AsString(text));
         EXPECT_EQ("", text);
