@@ -41,9 +41,9 @@ class LobDirectorTest : public testing::Test {
         EXPECT_TRUE(Eventually([this] { return lenderGone.load(); })) << "a run or a director is left";
     }
 
+    template <class Director = CLobRequestDirector>
     void Make(Direction direction, const std::string& file = "some/file") {
-        director =
-            std::make_unique<OpenLobDirector>(def, connections, qxdb::LobLocator(new ScriptedLocator(script)),
+        director = std::make_unique<Director>(def, connections, qxdb::LobLocator(new ScriptedLocator(script)),
                                               std::list<std::string>{"1", "x"}, file, direction);
         calls.RegisterWith(*director);
     }
