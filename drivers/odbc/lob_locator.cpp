@@ -7,7 +7,8 @@
 #include "drivers/odbc/catalog_text.h"
 #include "drivers/odbc/connection.h"
 #include "drivers/odbc/key_columns.h"
-#include "drivers/odbc/lob_transfer.h"
+#include "drivers/odbc/lob_export.h"
+#include "drivers/odbc/lob_import.h"
 #include "drivers/odbc/sql_scan.h"
 
 namespace qxdrivers::odbc {
@@ -49,13 +50,9 @@ Condition OdbcLobLocator::FindRow(const std::shared_ptr<Session>& session,
         ThrowRefusal("The table " + place->table + " has no column in the result to find the row by",
                      "HY000");
     }
-    const __int64 rows =
-        QueryRow(session, "SELECT COUNT(*) FROM " + place->source + condition.sql, condition);
+    const __int64 rows = CountRows(*place, session, condition);
     if (rows != 1) {
-        ThrowRefusal(rows == 0 ? "The row of the large object is not in " + place->table + " any more"
-                               : "The row of the large object can't be told from " +
-                                     std::to_string(rows - 1) + " other(s) in " + place->table,
-                     "02000");
+        rows == 0 ? ThrowRowGone(*place) : ThrowRowNotAlone(*place, rows - 1);
     }
     return condition;
 }
@@ -71,8 +68,9 @@ void OdbcLobLocator::Import(const std::string& fileName, qxdb::Connection& conne
     if (IsReadOnly()) {
         ThrowRefusal("The large object is read-only: " + place->table + " has no key in the result", "25006");
     }
+    LobSource source(fileName);
     const std::shared_ptr<Session> session = SessionOf(connection);
-    ImportLob(*place, session, FindRow(session, rowValues), fileName);
+    ImportLob(*place, session, FindRow(session, rowValues), source);
 }
 
 // --- Making ---
@@ -163,6 +161,9 @@ qxdb::LobLocator MakeLobLocator(const std::shared_ptr<ResultSet>& result, unsign
         }
         place->source = tableName;
         place->table = tableName;
+    }
+    if (traits.family == Family::MySQL && !table.catalog.empty()) {
+        place->database = QuoteName(table.catalog, traits);
     }
     place->column = QuoteName(BaseColumnOf(*result, column), traits);
     place->type = result->Columns()[column].type;

@@ -59,9 +59,13 @@
 // of its own, again until it has worked. A driver manager that lets one call at a time into the driver
 // ("Threading=3" in odbcinst.ini) makes the cancel wait for the call instead.
 //
-// LOB locators find the row by its primary key, or a unique index, among the cells of the row. Values that
-// the driver would have whole in memory come in parts of 16 MiB, on MariaDB from a variable of the session,
-// on PostgreSQL from a cursor, and go to PostgreSQL through a large object of the server.
+// LOB locators find the row by its primary key, or a unique index, among the cells of the row. Values go
+// through this process in parts of at most 1 MiB. An export of MySQL's is cut on the server, in a temporary
+// table (without the right to one in a variable of the session, which is slower), one of PostgreSQL's by a
+// cursor; the file takes its name when it is whole. An import longer than max_allowed_packet goes to MySQL by
+// LOAD DATA LOCAL, and one longer than 256 KiB to PostgreSQL through a large object of the server. The row
+// keeps its old value until one statement gives it all of the new one. Text is UTF-8; what a column can't
+// hold is refused.
 #pragma once
 
 namespace qxdrivers {

@@ -75,6 +75,7 @@ void AddComparison(const FindingColumn& column, const std::string& text, const S
     condition.sql += column.name;
     if (text == nullText) {
         condition.sql += " IS NULL";
+        condition.hasNull = true;
         return;
     }
     const ParameterValue value = ReadCell(column, text);
@@ -149,6 +150,21 @@ __int64 QueryRow(const std::shared_ptr<Session>& session, const std::string& sql
         ThrowRefusal("The row of the large object is not there any more", "02000");
     }
     return ReadCatalogNumber(query.Core().Raw(), 1, 0);
+}
+
+__int64 CountRows(const LobPlace& place, const std::shared_ptr<Session>& session,
+                  const Condition& condition) {
+    return QueryRow(session, "SELECT COUNT(*) FROM " + place.source + condition.sql, condition);
+}
+
+void ThrowRowGone(const LobPlace& place) {
+    ThrowRefusal("The row of the large object is not in " + place.table + " any more", "02000");
+}
+
+void ThrowRowNotAlone(const LobPlace& place, __int64 others) {
+    ThrowRefusal("The row of the large object can't be told from " + std::to_string(others) +
+                     " other(s) in " + place.table,
+                 "02000");
 }
 
 }  // namespace qxdrivers::odbc

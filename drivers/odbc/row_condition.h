@@ -21,9 +21,10 @@ struct FindingColumn {
 
 // What all locators of a column have in common. Never changed once it is made.
 struct LobPlace {
-    std::string table;   // as the caller may see it
-    std::string source;  // as it stands in SQL
-    std::string column;  // quoted
+    std::string table;     // as the caller may see it
+    std::string database;  // of MySQL, quoted; empty for the current one
+    std::string source;    // as it stands in SQL
+    std::string column;    // quoted
     ValueType type;
     std::vector<FindingColumn> columns;
     bool hasKey = false;
@@ -37,6 +38,7 @@ struct Condition {
     std::string sql;
     std::vector<ParameterDescription> descriptions;
     std::vector<ParameterValue> values;
+    bool hasNull = false;  // of a cell, which makes a unique index no key of the row
 };
 
 // The condition that finds the row by the texts of its cells. Throws Errors when a value is missing or does
@@ -62,7 +64,14 @@ class Execution {
     std::unique_ptr<ParameterBuffers> buffers;
 };
 
-// The number that a query about the row gives, 0 for NULL. Throws Errors, also when there is no row.
+// The number that a query gives, 0 for NULL. Throws Errors, also when there is no row.
 __int64 QueryRow(const std::shared_ptr<Session>& session, const std::string& sql, const Condition& condition);
+
+// How many rows the condition finds. Throws Errors.
+__int64 CountRows(const LobPlace& place, const std::shared_ptr<Session>& session, const Condition& condition);
+
+// What keeps a transfer from its row: it is gone, or there are others like it.
+[[noreturn]] void ThrowRowGone(const LobPlace& place);
+[[noreturn]] void ThrowRowNotAlone(const LobPlace& place, __int64 others);
 
 }  // namespace qxdrivers::odbc

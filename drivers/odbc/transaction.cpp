@@ -5,25 +5,34 @@
 namespace qxdrivers::odbc {
 
 OwnTransaction::OwnTransaction(Session& owner)
-    : session(owner),
-      isOwn(owner.Traits().family == Family::PostgreSQL &&
-            BeginUnlessOpen(owner, {Family::PostgreSQL, nullptr})) {}
+    : session(owner), isPostgres(owner.Traits().family == Family::PostgreSQL) {
+    if (isPostgres) {
+        isOwn = BeginUnlessOpen(owner, {Family::PostgreSQL, nullptr});
+        if (!isOwn) {
+            session.RunSilently("SAVEPOINT qxodbc");
+        }
+        isOpen = true;
+    }
+}
 
 OwnTransaction::~OwnTransaction() {
-    if (!isOwn) {
+    if (!isOpen) {
         return;
     }
     try {
-        session.RunSilently("ROLLBACK");
+        session.RunSilently(isOwn ? "ROLLBACK" : "ROLLBACK TO SAVEPOINT qxodbc");
+        if (!isOwn) {
+            session.RunSilently("RELEASE SAVEPOINT qxodbc");
+        }
     } catch (...) {
         // The connection is lost, and the transaction with it.
     }
 }
 
 void OwnTransaction::Commit() {
-    if (isOwn) {
-        session.RunSilently("COMMIT");
-        isOwn = false;
+    if (isOpen) {
+        session.RunSilently(isOwn ? "COMMIT" : "RELEASE SAVEPOINT qxodbc");
+        isOpen = false;
     }
 }
 

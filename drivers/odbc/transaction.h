@@ -5,8 +5,9 @@
 
 namespace qxdrivers::odbc {
 
-// Begins one on PostgreSQL unless the user has a transaction open, which goes on then; on other servers it
-// does nothing. Rolled back unless it was committed. Used on the thread of the connection.
+// Begins one on PostgreSQL; in a transaction that the user has open already a savepoint, and that transaction
+// goes on even after a failure. On other servers it does nothing. Rolled back unless it was committed. Used
+// on the thread of the connection.
 class OwnTransaction {
   public:
     // Throws Errors.
@@ -20,7 +21,9 @@ class OwnTransaction {
 
   private:
     Session& session;
-    bool isOwn = false;
+    const bool isPostgres;
+    bool isOwn = false;  // not the user's
+    bool isOpen = false;
 };
 
 // PostgreSQL's BEGIN; true unless the user has a transaction open already. Throws Errors.

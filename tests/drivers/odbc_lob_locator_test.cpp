@@ -1,81 +1,26 @@
 // Large objects of real servers: to files and back, in pieces and with bounded memory.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <cstdint>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
-#include "drivers/odbc_support.h"
-#include "platform/qxdb/lob_locator.h"
+#include "drivers/odbc_lob_support.h"
 
 namespace {
 
 using qxdb::Column;
 using qxtest::FailureOf;
-using qxtest::memoryCounts;
+using qxtest::LocatorOf;
+using qxtest::OpenLobs;
 using qxtest::OpenMariaDB;
 using qxtest::OpenPostgres;
 using qxtest::OpenResult;
 using qxtest::Rows;
 using qxtest::RunAll;
+using qxtest::SameContent;
+using qxtest::TestFile;
 using qxtest::TestTable;
 using Cells = std::list<std::string>;
 using Lines = std::vector<std::string>;
-
-// A file name of the test's own; the file is removed at the end.
-class TestFile {
-  public:
-    explicit TestFile(const std::string& purpose)
-        : name(testing::TempDir() + "qx_lob_" + purpose + "_" + std::to_string(getpid())) {}
-    TestFile(const std::string& purpose, const std::string& content) : TestFile(purpose) {
-        std::ofstream(name, std::ios::binary) << content;
-    }
-    ~TestFile() {
-        std::error_code ignored;
-        std::filesystem::remove(name, ignored);
-    }
-    TestFile(const TestFile&) = delete;
-    TestFile& operator=(const TestFile&) = delete;
-
-    std::string Content() const {
-        std::ifstream file(name, std::ios::binary);
-        std::ostringstream content;
-        content << file.rdbuf();
-        return content.str();
-    }
-
-    const std::string name;
-};
-
-bool SameContent(const std::string& first, const std::string& second) {
-    std::ifstream a(first, std::ios::binary);
-    std::ifstream b(second, std::ios::binary);
-    std::vector<char> bytesOfA(1 << 20);
-    std::vector<char> bytesOfB(1 << 20);
-    while (a && b) {
-        a.read(bytesOfA.data(), static_cast<std::streamsize>(bytesOfA.size()));
-        b.read(bytesOfB.data(), static_cast<std::streamsize>(bytesOfB.size()));
-        if (a.gcount() != b.gcount() ||
-            !std::equal(bytesOfA.begin(), bytesOfA.begin() + a.gcount(), bytesOfB.begin())) {
-            return false;
-        }
-    }
-    return !a && !b;
-}
-
-qxdb::Connection Open(bool mariadb) {
-    return mariadb ? OpenMariaDB() : OpenPostgres("", "unlimited=lob");
-}
-
-// The locator of a column of a query's result.
-qxdb::LobLocator LocatorOf(qxdb::Connection connection, const std::string& sql, unsigned int column,
-                           const std::string& table = "") {
-    OpenResult result(connection, sql);
-    return result.cursor.GetLocator(column, table, sql, "", false);
-}
 
 class LobLocators : public testing::TestWithParam<bool> {
   protected:
@@ -89,7 +34,7 @@ class LobLocators : public testing::TestWithParam<bool> {
 const std::string someText = "a\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80\r\n'\\";
 
 TEST_P(LobLocators, ExportAndImportOneValue) {
-    qxdb::Connection connection = Open(OnMariaDB());
+    qxdb::Connection connection = OpenLobs(OnMariaDB());
     TestTable table(connection, "lob_values", Columns());
     RunAll(connection, "INSERT INTO lob_values VALUES(1,NULL,NULL,'one'),(2,'old','old','two')");
     const std::string select = "SELECT n, t, b, v FROM lob_values";
@@ -125,7 +70,7 @@ TEST_P(LobLocators, ExportAndImportOneValue) {
 // Around the sizes of parts and pieces, with characters that these cut.
 TEST_P(LobLocators, ValuesAroundTheSizeOfAPart) {
     constexpr std::size_t part = 16 * 1024 * 1024;
-    qxdb::Connection connection = Open(OnMariaDB());
+    qxdb::Connection connection = OpenLobs(OnMariaDB());
     TestTable table(connection, "lob_parts", Columns());
     RunAll(connection, "INSERT INTO lob_parts(n, t, b) VALUES(7, '', '')");
     const std::string select = "SELECT n, t, b FROM lob_parts";
@@ -154,7 +99,7 @@ TEST_P(LobLocators, ValuesAroundTheSizeOfAPart) {
 }
 
 TEST_P(LobLocators, RowsAreFoundByTheirKeys) {
-    qxdb::Connection connection = Open(OnMariaDB());
+    qxdb::Connection connection = OpenLobs(OnMariaDB());
     const std::string text = OnMariaDB() ? "LONGTEXT" : "text";
     TestTable keyed(connection, "lob_keys",
                     "a INT, b VARCHAR(20), c DECIMAL(20,5), d DATE, t " + text + ", PRIMARY KEY(b, d)");
@@ -183,7 +128,7 @@ TEST_P(LobLocators, RowsAreFoundByTheirKeys) {
 }
 
 TEST_P(LobLocators, WithoutAKeyTheyAreReadOnly) {
-    qxdb::Connection connection = Open(OnMariaDB());
+    qxdb::Connection connection = OpenLobs(OnMariaDB());
     const std::string text = OnMariaDB() ? "LONGTEXT" : "text";
     TestTable table(connection, "lob_keyless", "a INT, b VARCHAR(20), t " + text);
     RunAll(connection, "INSERT INTO lob_keyless VALUES(1,'x','one'),(2,'y','two'),(3,'z','a'),(3,'z','b')");
@@ -212,7 +157,7 @@ TEST_P(LobLocators, WithoutAKeyTheyAreReadOnly) {
 }
 
 TEST_P(LobLocators, Failures) {
-    qxdb::Connection connection = Open(OnMariaDB());
+    qxdb::Connection connection = OpenLobs(OnMariaDB());
     TestTable table(connection, "lob_failures", Columns());
     RunAll(connection, "INSERT INTO lob_failures(n, t) VALUES(1, 'kept')");
     qxdb::LobLocator locator = LocatorOf(connection, "SELECT n, t FROM lob_failures", 1, "lob_failures");
@@ -243,7 +188,7 @@ TEST_P(LobLocators, Failures) {
 
 // A transaction of the user's goes on.
 TEST_P(LobLocators, WithinATransaction) {
-    qxdb::Connection connection = Open(OnMariaDB());
+    qxdb::Connection connection = OpenLobs(OnMariaDB());
     TestTable table(connection, "lob_transaction", Columns());
     RunAll(connection, "INSERT INTO lob_transaction(n, b) VALUES(1, 'before')");
     qxdb::LobLocator locator =
@@ -258,83 +203,6 @@ TEST_P(LobLocators, WithinATransaction) {
     RunAll(connection, "ROLLBACK");
     locator.Export(target.name, connection, &row);
     EXPECT_EQ(target.Content(), "before");
-}
-
-// Starts anew with what is in use now, and gives the growth from there, in MiB.
-class PeakMemory {
-  public:
-    PeakMemory() {
-        std::ofstream("/proc/self/clear_refs") << "5";
-        start = Peak();
-    }
-    long GrowthMiB() const { return memoryCounts ? (Peak() - start) / 1024 : 0; }
-
-  private:
-    static long Peak() {
-        std::ifstream file("/proc/self/status");
-        std::string word;
-        long value = 0;
-        while (file >> word) {
-            if (word == "VmHWM:") {
-                file >> value;
-                break;
-            }
-        }
-        return value;
-    }
-    long start = 0;
-};
-
-TEST_P(LobLocators, HundredsOfMegabytesInPieces) {
-    constexpr long allowedMiB = 96;
-    qxdb::Connection connection = Open(OnMariaDB());
-    TestTable table(connection, "lob_large", Columns(), OnMariaDB() ? "ENGINE=MyISAM" : "");
-    RunAll(connection, "INSERT INTO lob_large(n, t, b) VALUES(1, '', '')");
-    const TestFile target("target");
-    Cells row{"1", "", ""};
-    for (const unsigned int column : {2u, 1u}) {
-        SCOPED_TRACE(column);
-        const std::size_t size = std::size_t{1024 * 1024} * (column == 2 ? 256 : 64);
-        const TestFile source("source", "");
-        {
-            // Bytes that don't repeat; characters of two and four bytes among a megabyte's lines as text.
-            std::ofstream file(source.name, std::ios::binary);
-            std::vector<std::uint64_t> block(128 * 1024);
-            std::uint64_t state = 88172645463325252;
-            std::string text;
-            while (text.size() < 1024 * 1024 - 6) {
-                text += "\xC3\xA4 line \xF0\x9F\x98\x80\n";
-            }
-            text.resize(text.size() - text.size() % 14);
-            for (std::size_t written = 0; written < size;) {
-                if (column == 1) {
-                    file << text;
-                    written += text.size();
-                } else {
-                    for (std::uint64_t& word : block) {
-                        state ^= state << 13;
-                        state ^= state >> 7;
-                        state ^= state << 17;
-                        word = state;
-                    }
-                    file.write(reinterpret_cast<const char*>(block.data()),
-                               static_cast<std::streamsize>(block.size() * sizeof block[0]));
-                    written += block.size() * sizeof block[0];
-                }
-            }
-        }
-        qxdb::LobLocator locator =
-            LocatorOf(connection, "SELECT n, t, b FROM lob_large WHERE n > 1", column, "lob_large");
-        {
-            const PeakMemory memory;
-            locator.Import(source.name, connection, &row);
-            EXPECT_LT(memory.GrowthMiB(), allowedMiB);
-        }
-        const PeakMemory memory;
-        locator.Export(target.name, connection, &row);
-        EXPECT_LT(memory.GrowthMiB(), allowedMiB);
-        EXPECT_TRUE(SameContent(source.name, target.name));
-    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, LobLocators, testing::Values(true, false),
