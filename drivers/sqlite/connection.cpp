@@ -5,6 +5,7 @@
 #include <charconv>
 #include <string_view>
 
+#include "drivers/sqlite/failure.h"
 #include "drivers/sqlite/statement.h"
 
 namespace qxdrivers::sqlite {
@@ -27,6 +28,14 @@ double SQLiteConnection::GetServerVersionNumber() const {
 
 std::shared_ptr<qxdb::StatementImpl> SQLiteConnection::CreateStatement() {
     return std::make_shared<SQLiteStatement>(database);
+}
+
+std::shared_ptr<Database> DatabaseOf(qxdb::Connection& connection) {
+    auto* const mine = dynamic_cast<SQLiteConnection*>(&connection.GetImpl());
+    if (!mine) {
+        ThrowRefusal("The connection is none of the SQLite driver", "HY000");
+    }
+    return mine->GetDatabase();
 }
 
 }  // namespace qxdrivers::sqlite

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "drivers/sqlite/database.h"
+#include "platform/qxdb/connection.h"
 #include "platform/qxdb/driver.h"
 
 namespace qxdrivers::sqlite {
@@ -34,10 +35,14 @@ class SQLiteConnection : public qxdb::ConnectionImpl {
     // SQLite sends no messages beside its failures.
     void SetCallback(qxdb::Callback*) override {}
     std::shared_ptr<qxdb::StatementImpl> CreateStatement() override;
+    const std::shared_ptr<Database>& GetDatabase() const { return database; }
 
   private:
     const std::shared_ptr<Database> database;
     SQLiteConnectionProperties properties;
 };
+
+// The database of a connection of this driver. Throws Errors for any other.
+std::shared_ptr<Database> DatabaseOf(qxdb::Connection& connection);
 
 }  // namespace qxdrivers::sqlite

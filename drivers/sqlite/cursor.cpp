@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "drivers/sqlite/lob_locator.h"
 #include "drivers/sqlite/result_fields.h"
 
 namespace qxdrivers::sqlite {
@@ -29,6 +30,15 @@ std::vector<std::unique_ptr<qxdb::Field>> RowBinding::MakeFields(bool bindAsStri
 unsigned int SQLiteCursor::GetRowCount() {
     constexpr __int64 limit = std::numeric_limits<unsigned int>::max();
     return static_cast<unsigned int>(std::min(run->GetRowCount(), limit));
+}
+
+qxdb::LobLocator SQLiteCursor::GetLocator(unsigned int fieldIndex, const std::string&, const std::string&,
+                                          const std::string&, bool) {
+    const auto known = locators.find(fieldIndex);
+    if (known != locators.end()) {
+        return known->second;
+    }
+    return locators.emplace(fieldIndex, MakeLobLocator(*run, fieldIndex)).first->second;
 }
 
 }  // namespace qxdrivers::sqlite

@@ -1,7 +1,9 @@
 // A result of a statement, as the handles see it.
 #pragma once
 
+#include <map>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "drivers/sqlite/run.h"
@@ -29,9 +31,14 @@ class SQLiteCursor : public qxdb::CursorImpl {
     std::shared_ptr<qxdb::BindValueImpl> Bind() override { return std::make_shared<RowBinding>(run); }
     // Rows beyond the range of the result count as the greatest number.
     unsigned int GetRowCount() override;
+    // Made once for each column; SQLite knows the table itself.
+    qxdb::LobLocator GetLocator(unsigned int fieldIndex, const std::string& tableName,
+                                const std::string& sqlText, const std::string& whereClause,
+                                bool useSpecificImpl) override;
 
   private:
     const std::shared_ptr<Run> run;
+    std::map<unsigned int, qxdb::LobLocator> locators;
 };
 
 }  // namespace qxdrivers::sqlite

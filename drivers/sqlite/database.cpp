@@ -24,6 +24,7 @@ constexpr const char* memoryName = ":memory:";
 struct OpenOptions {
     bool create = false;
     bool readOnly = false;
+    bool unlimitedIsLob = false;
     long busyTimeoutMs = defaultBusyTimeoutMs;
 };
 
@@ -49,8 +50,13 @@ void ApplyOption(const std::string& option, OpenOptions& options) {
         options.readOnly = true;
     } else if (word == "TIMEOUT" && hasValue && option[word.size()] == '=') {
         options.busyTimeoutMs = ReadTimeout(option, word.size() + 1);
+    } else if (word == "UNLIMITED" && option.size() == word.size() + 4 && option[word.size()] == '=' &&
+               WordAt(option, word.size() + 1) == "LOB") {
+        options.unlimitedIsLob = true;
     } else {
-        ThrowRefusal("Unknown option \"" + option + "\"; known are create, readonly and timeout=MS", "HY024");
+        ThrowRefusal(
+            "Unknown option \"" + option + "\"; known are create, readonly, timeout=MS and unlimited=lob",
+            "HY024");
     }
 }
 
@@ -146,7 +152,8 @@ std::shared_ptr<Database> Database::Open(const qxdb::ConnectionDef& definition) 
         CheckFile(name, options);
     }
     sqlite3* handle = OpenOrThrow(name, options);
-    std::shared_ptr<Database> database(new Database(handle, name, options.busyTimeoutMs));
+    std::shared_ptr<Database> database(
+        new Database(handle, name, options.busyTimeoutMs, options.unlimitedIsLob));
     // SQLite looks into the file with the first statement only; a file that is no database is told here. A
     // locked one may be free when it is needed.
     const int code = sqlite3_exec(handle, "PRAGMA schema_version", nullptr, nullptr, nullptr);
@@ -157,8 +164,8 @@ std::shared_ptr<Database> Database::Open(const qxdb::ConnectionDef& definition) 
     return database;
 }
 
-Database::Database(sqlite3* opened, std::string fileName, long waitMs)
-    : handle(opened), name(std::move(fileName)), busyTimeoutMs(waitMs) {
+Database::Database(sqlite3* opened, std::string fileName, long waitMs, bool unlimitedLobs)
+    : handle(opened), name(std::move(fileName)), busyTimeoutMs(waitMs), unlimitedIsLob(unlimitedLobs) {
     sqlite3_progress_handler(handle, progressInterval, &Database::OnProgress, this);
 }
 

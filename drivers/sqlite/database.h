@@ -45,6 +45,8 @@ class Database {
     Database& operator=(const Database&) = delete;
 
     sqlite3* Handle() const { return handle; }
+    // Columns of texts and bytes of any length are large objects.
+    bool UnlimitedIsLob() const { return unlimitedIsLob; }
 
     // Marks the text of a handle as running, until End. From here a Cancel reaches it.
     void Begin(RunControl& control);
@@ -69,13 +71,14 @@ class Database {
     std::string timestampFormat;
 
   private:
-    Database(sqlite3* opened, std::string fileName, long waitMs);
+    Database(sqlite3* opened, std::string fileName, long waitMs, bool unlimitedLobs);
     static int OnProgress(void* self);
     static int OnBusy(void* self, int count);
 
     sqlite3* handle;
     const std::string name;
     const long busyTimeoutMs;
+    const bool unlimitedIsLob;
     RunControl* current = nullptr;  // whose call is inside SQLite
     std::chrono::steady_clock::time_point busyStart;
 

@@ -142,6 +142,13 @@ const TypeWord* FindWord(const std::string& upper) {
     return nullptr;
 }
 
+// The words by which a table takes texts and bytes of any length.
+bool IsUnlimited(const std::string& upper) {
+    const TypeWord* const known = FindWord(upper);
+    const std::string_view word = known ? known->word : "";
+    return word == "TEXT" || word == "BLOB" || word == "BYTEA";
+}
+
 const TypeFragment* FindFragment(const std::string& upper) {
     for (const TypeFragment& entry : typeFragments) {
         if (upper.find(entry.fragment) != std::string::npos) {
@@ -196,6 +203,7 @@ DeclaredType ParseDeclaredType(std::string_view text) {
         type.part = TimePart::None;
     }
     ApplyNumbers(parts, type);
+    type.unlimited = parts.numbers[0] < 0 && IsUnlimited(parts.upper);
     type.name = std::move(parts.name);
     return type;
 }

@@ -16,6 +16,7 @@ struct DeclaredType {
     int scale = 0;            // digits behind the point, or of a second
     bool scaleGiven = false;  // false: `scale` is the default
     bool binary = false;      // of a Lob
+    bool unlimited = false;   // a text or bytes that the declaration sets no length to
     TimePart part = TimePart::None;
     std::string name;  // without what stands in parentheses
 };

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "drivers/sqlite/failure.h"
+#include "drivers/sqlite/table_info.h"
 #include "drivers/sqlite/value_text.h"
 
 namespace qxdrivers::sqlite {
@@ -130,6 +131,16 @@ void Run::Describe() {
     }
 }
 
+// What finds a row must be known whole, so that a column of a key is no large object.
+bool Run::IsUnlimitedLob(int column, const DeclaredType& type) const {
+    if (!database.UnlimitedIsLob() || !type.unlimited) {
+        return false;
+    }
+    const ColumnOrigin origin = OriginOf(statement, column);
+    const std::optional<TableInfo> info = FindTable(database, origin.table);
+    return !info || !info->IsKeyColumn(origin.column);
+}
+
 ResultColumn Run::DescribeColumn(int column) const {
     ResultColumn result;
     const char* declared = sqlite3_column_decltype(statement, column);
@@ -140,6 +151,9 @@ ResultColumn Run::DescribeColumn(int column) const {
         if (!declaredName.empty()) {
             result.type.name = std::move(declaredName);
         }
+    }
+    if (IsUnlimitedLob(column, result.type)) {
+        result.type.type = Column::BindLob;
     }
     auto record = std::make_shared<qxdb::ColumnRecord>();
     if (result.type.type == Column::BindTimestamp) {

@@ -76,6 +76,7 @@ class Run {
   private:
     void Describe();
     ResultColumn DescribeColumn(int column) const;
+    bool IsUnlimitedLob(int column, const DeclaredType& type) const;
     bool StepOn(bool first);
 
     const std::shared_ptr<CompiledStatement> compiledStatement;

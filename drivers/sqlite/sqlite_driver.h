@@ -7,6 +7,8 @@
 //   create        a missing file is created; without it a missing file is refused
 //   readonly      open for reading only
 //   timeout=MS    how long to wait for a lock of another connection, in milliseconds; 5000 by default
+//   unlimited=lob columns declared as TEXT, BLOB or BYTEA without a length are large objects, unless they are
+//                 part of a primary key or a unique index, by which rows are found
 // A file that may not be written is opened for reading.
 //
 // Texts of several statements run one statement after the other: Execute runs up to the first result, and
@@ -54,6 +56,19 @@
 //                    shows; numbers do not fit
 // With bindAsStrings everything is read as text: REAL in its shortest form that reads back, BLOB as
 // upper-case hexadecimal digits.
+//
+// Large objects have locators where they are columns of a table. Their row is found by the row number, the
+// primary key or a unique index, if all of its columns are in the result; otherwise by all columns but REAL and
+// large objects, and then they are read-only. There is no valid locator in a result that reads a table twice
+// or is made of several queries, since columns of one row of the result may be of several rows of the table
+// then. Each transfer is a transaction of its own, or a savepoint in the one that is open; a failure leaves
+// value and file as they were. Text is UTF-8 in files, whatever the encoding of the database. Memory:
+//   export            some hundred kilobytes. WITHOUT ROWID and in tables with computed columns: the value
+//   import of bytes   some hundred kilobytes (and SQLite's cache, 2 MB) where only NULLs follow in the row, in
+//                     the order of the table's columns, and no index, trigger, CHECK or foreign key is concerned
+//   other imports     the new row, once; in a database in UTF-16 three times. The file is first copied to the
+//                     directory for temporary files
+// SQLite itself has all values of a row in memory that a query reads, and takes no row beyond 10^9 bytes.
 #pragma once
 
 namespace qxdrivers {

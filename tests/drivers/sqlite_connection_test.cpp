@@ -228,11 +228,15 @@ TEST(SQLiteConnection, OptionsThatAreNotKnownAreNamed) {
         const char* text;
     };
     const Case cases[] = {
-        {"creat", "Unknown option \"creat\"; known are create, readonly and timeout=MS"},
-        {"create=1", "Unknown option \"create=1\"; known are create, readonly and timeout=MS"},
+        {"creat", "Unknown option \"creat\"; known are create, readonly, timeout=MS and unlimited=lob"},
+        {"create=1", "Unknown option \"create=1\"; known are create, readonly, timeout=MS and unlimited=lob"},
         {"create; cache=shared",
-         "Unknown option \"cache=shared\"; known are create, readonly and timeout=MS"},
-        {"timeout", "Unknown option \"timeout\"; known are create, readonly and timeout=MS"},
+         "Unknown option \"cache=shared\"; known are create, readonly, timeout=MS and unlimited=lob"},
+        {"unlimited",
+         "Unknown option \"unlimited\"; known are create, readonly, timeout=MS and unlimited=lob"},
+        {"unlimited=text",
+         "Unknown option \"unlimited=text\"; known are create, readonly, timeout=MS and unlimited=lob"},
+        {"timeout", "Unknown option \"timeout\"; known are create, readonly, timeout=MS and unlimited=lob"},
         {"timeout=", "The option \"timeout=\" has no number of milliseconds"},
         {"timeout=5s", "The option \"timeout=5s\" has no number of milliseconds"},
         {"timeout=-1", "The option \"timeout=-1\" has no number of milliseconds"},
