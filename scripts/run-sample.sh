@@ -15,7 +15,7 @@ join='SELECT p.id AS nr, c.name AS customer, k.name AS country, t.name AS produc
       FROM purchase p JOIN customer c ON c.id = p.customer JOIN country k ON k.code = c.country
       JOIN purchase_item i ON i.purchase = p.id JOIN product t ON t.sku = i.sku
       ORDER BY p.id, i.line'
-"$bin/qxsql" "sqlite:$work/shop.db" "$join" --table
+"$bin/qxsql" "sqlite:$work/shop.db" "$join" --aligned
 
 echo
 echo "== A million rows, streamed, sorted, exported and read back"

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "tools/qxsql/connection_text.h"
-#include "tools/qxsql/exporting.h"
+#include "tools/qxsql/file_formats.h"
 #include "tools/qxsql/progress_line.h"
 
 namespace qxsql {
@@ -39,7 +39,8 @@ TEST(CommandLine, TakesEveryOption) {
                              "--result",     "1",           "--sort",       "name:desc,2",
                              "--max-rows",   "10",          "--max-errors", "3",
                              "--as-strings", "--option",    "50147=2",      "--option",
-                             "50403=on",     "--timing",    "--quiet",      "--create"},
+                             "50403=on",     "--timing",    "--quiet",      "--create",
+                             "--rows",       "0-9,20,30-"},
                             exitCode);
     ASSERT_TRUE(line);
     EXPECT_EQ("x.sql", line->sqlFile);
@@ -49,6 +50,12 @@ TEST(CommandLine, TakesEveryOption) {
     EXPECT_FALSE(line->quoting);
     EXPECT_FALSE(line->expandTabs);
     EXPECT_EQ((std::vector<int>{0, 2}), line->columns);
+    ASSERT_EQ(3U, line->rows.size());
+    EXPECT_EQ(9, line->rows[0].last);
+    EXPECT_EQ(20, line->rows[1].first);
+    EXPECT_EQ(20, line->rows[1].last);
+    EXPECT_EQ(30, line->rows[2].first);
+    EXPECT_EQ(-1, line->rows[2].last);
     EXPECT_EQ(1, line->result.value());
     ASSERT_EQ(2U, line->sort.size());
     EXPECT_EQ("name", line->sort[0].column);
@@ -81,6 +88,29 @@ TEST(CommandLine, RefusesWhatMakesNoSense) {
         {"sqlite:a.db", "SELECT 1", "--option", "x=1"},
         {"sqlite:a.db", "SELECT 1", "--option", "-1=1"},
         {"sqlite:a.db", "SELECT 1", "--format", "pdf"},
+        {"sqlite:a.db", "SELECT 1", "--format", "HTML"},
+        {"sqlite:a.db", "SELECT 1", "--format", "html", "--delimiter", ";"},
+        {"sqlite:a.db", "SELECT 1", "--aligned", "--format", "tab"},
+        {"sqlite:a.db", "SELECT 1", "--aligned", "-o", "a.txt"},
+        {"sqlite:a.db", "SELECT 1", "--table"},
+        {"sqlite:a.db", "SELECT 1", "--table", "t"},
+        {"sqlite:a.db", "SELECT 1", "--table", "", "--format", "insert"},
+        {"sqlite:a.db", "SELECT 1", "--table", "t", "-o", "a.csv"},
+        {"sqlite:a.db", "SELECT 1", "--read-format", "xml"},
+        {"sqlite:a.db", "SELECT 1", "--rows", "1-x"},
+        {"sqlite:a.db", "SELECT 1", "--rows", "-1"},
+        {"sqlite:a.db", "SELECT 1", "--rows", "3-1"},
+        {"sqlite:a.db", "SELECT 1", "--rows", "1,,2"},
+        {"--read", "a.csv", "--read-format", "html"},
+        {"--read", "a.csv", "--read-format", "pdf"},
+        {"--read", "a.csv", "--read-format", "pipe", "--delimiter", ";"},
+        {"--read", "a.html"},
+        {"--read", "a.xls"},
+        {"--read", "a.sql"},
+        {"--read", "a.csv", "--dbtype", "mysql"},
+        {"--read", "a.csv", "--dialect", "mysql"},
+        {"sqlite:a.db", "SELECT 1", "--dialect", "mysql", "--format", "xml"},
+        {"--read", "a.csv", "--dbtype", "mysql", "--format", "xml"},
         {"sqlite:a.db", "SELECT 1", "--delimiter", "ab"},
         {"sqlite:a.db", "SELECT 1", "--delimiter", ";", "--format", "tab"},
         {"sqlite:a.db", "SELECT 1", "--sort", "a,,b"},
@@ -244,6 +274,27 @@ TEST(CommandLine, TakesTheOptionsOfServers) {
     EXPECT_TRUE(Parse({"--options", "--dbtype", "oracle"}, exitCode)->listOptions);
 }
 
+TEST(CommandLine, TakesTheOptionsOfFormats) {
+    int exitCode = -1;
+    const auto insert = Parse({"odbc:a", "SELECT 1", "--format", "insert", "--table", "s.t"}, exitCode);
+    ASSERT_TRUE(insert);
+    EXPECT_EQ("insert", insert->format);
+    EXPECT_EQ("s.t", insert->table);
+    EXPECT_FALSE(insert->aligned);
+    EXPECT_TRUE(Parse({"odbc:a", "SELECT 1", "-o", "a.sql", "--table", "t"}, exitCode));
+    EXPECT_TRUE(Parse({"odbc:a", "SELECT 1", "--aligned"}, exitCode)->aligned);
+    const auto read = Parse({"--read", "a.dat", "--read-format", "xml", "--format", "insert", "--table", "t",
+                             "--dbtype", "oracle"},
+                            exitCode);
+    ASSERT_TRUE(read);
+    EXPECT_EQ("xml", read->readFormat);
+    EXPECT_EQ(qxdb::DBTYPE_ORACLE, read->family->server);
+    const auto other = Parse({"sqlite:a.db", "SELECT 1", "-o", "a.sql", "--dialect", "mysql"}, exitCode);
+    ASSERT_TRUE(other);
+    EXPECT_EQ(qxdb::DBTYPE_MYSQL, other->dialect->server);
+    EXPECT_EQ(nullptr, other->family);
+}
+
 // The value may be missing; what is no number behind it is not taken for one.
 TEST(CommandLine, BytesOfTheServersOutput) {
     const struct {
@@ -329,35 +380,6 @@ TEST(ConnectionText, DriverAndSource) {
     }
     EXPECT_THROW(ParseConnectionText("a.db"), std::invalid_argument);
     EXPECT_THROW(ParseConnectionText(":memory:"), std::invalid_argument);
-}
-
-TEST(FileType, ByFormatThenByExtension) {
-    using namespace qxdbsqlengine;
-    const struct {
-        const char* format;
-        const char* file;
-        ResultFileType type;
-    } cases[] = {
-        {"", "a.csv", ResultFileComma},
-        {"", "a.CSV", ResultFileComma},
-        {"", "a.psv", ResultFilePipe},
-        {"", "a.pipe", ResultFilePipe},
-        {"", "a.txt", ResultFileTab},
-        {"", "a", ResultFileTab},
-        {"", "", ResultFileTab},
-        {"tab", "a.csv", ResultFileTab},
-        {"comma", "a.txt", ResultFileComma},
-        {"pipe", "a.csv", ResultFilePipe},
-        {"delimited", "a.csv", ResultFileDelimited},
-    };
-    for (const auto& one : cases) {
-        CommandLine line;
-        line.format = one.format;
-        EXPECT_EQ(one.type, FileTypeFor(line, one.file)) << one.format << " " << one.file;
-    }
-    CommandLine line;
-    line.delimiter = ';';
-    EXPECT_EQ(ResultFileDelimited, FileTypeFor(line, "a.csv"));
 }
 
 TEST(GroupedNumber, PartsThousands) {

@@ -186,7 +186,7 @@ TEST_F(QxsqlSplit, Usage) {
         {{"--split", "-f", file, "--dialect", "db2", "--param", "1"},
          "--split runs nothing: it takes no --read and no --param"},
         {{"sqlite::memory:", "-f", file, "--dialect", "db2"},
-         "--dialect goes with --split; a run takes the dialect of its server"},
+         "--dialect goes with --split and with INSERT statements; a run takes the dialect of its server"},
     };
     for (const auto& one : cases) {
         const ToolResult result = Qxsql(one.arguments);

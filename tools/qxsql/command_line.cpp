@@ -5,34 +5,15 @@
 #include <cmath>
 #include <stdexcept>
 
+#include "tools/qxsql/command_line_checks.h"
+#include "tools/qxsql/file_formats.h"
 #include "tools/qxsql/help_text.h"
 #include "tools/qxsql/statement_parameters.h"
+#include "tools/qxsql/words.h"
 
 namespace qxsql {
 
 namespace {
-
-// CLI11 hands out "a,b,c" as one text where the pieces are ours to name in messages.
-std::vector<std::string> SplitAtCommas(const std::string& text) {
-    std::vector<std::string> pieces;
-    std::string::size_type from = 0;
-    for (;;) {
-        const std::string::size_type comma = text.find(',', from);
-        pieces.push_back(text.substr(from, comma - from));
-        if (comma == std::string::npos)
-            return pieces;
-        from = comma + 1;
-    }
-}
-
-int ParseNumber(const std::string& text, const char* what) {
-    int value = 0;
-    const char* const end = text.data() + text.size();
-    const std::from_chars_result parsed = std::from_chars(text.data(), end, value);
-    if (parsed.ec != std::errc() || parsed.ptr != end)
-        throw std::invalid_argument(std::string(what) + ": \"" + text + "\" is not a whole number");
-    return value;
-}
 
 std::vector<int> ParseColumns(const std::string& text) {
     std::vector<int> columns;
@@ -119,6 +100,7 @@ class ParameterWords {
 struct RawTexts {
     std::string sql;
     std::string columns;
+    std::string rows;
     std::string sort;
     std::string delimiter;
     std::string dialect;
@@ -142,8 +124,11 @@ void DeclareInput(CLI::App& app, CommandLine& line, RawTexts& raw) {
     app.add_option("--procedure", raw.procedure, "call the stored procedure NAME")->type_name("NAME");
     app.add_option("--function", raw.function, "call the stored function NAME")->type_name("NAME");
     app.add_flag("--create", line.create, "create the database file when it does not exist");
-    app.add_option("--read", line.readFile, "load a delimited FILE instead of running SQL")
+    app.add_option("--read", line.readFile, "load FILE, delimited text or XML, instead of running SQL")
         ->type_name("FILE");
+    app.add_option("--read-format", line.readFormat,
+                   InputFormatNames() + "; without it by the extension of the file that is read")
+        ->type_name("NAME");
     app.add_flag("--as-strings", line.asStrings, "fetch every column as text");
     app.add_option("--max-rows", line.maxRows, "stop each result after N rows (0: no limit)")
         ->type_name("N")
@@ -215,7 +200,7 @@ void DeclareScripts(CLI::App& app, CommandLine& line, RawTexts& raw) {
         ->group(group);
     app.add_flag("--split", line.split, "run nothing: print the items of the script as JSON, one a line")
         ->group(group);
-    app.add_option("--dialect", raw.dialect, "of --split: " + DialectNames())
+    app.add_option("--dialect", raw.dialect, "of --split, and of INSERT statements: " + DialectNames())
         ->type_name("NAME")
         ->group(group);
 }
@@ -224,11 +209,15 @@ void DeclareOutput(CLI::App& app, CommandLine& line, RawTexts& raw) {
     const char* const group = "Results";
     app.add_option("-o,--output", line.outputFile, "export to FILE")->type_name("FILE")->group(group);
     app.add_option("--format", line.format,
-                   "tab, comma, pipe or delimited; without it by the file's extension")
-        ->check(CLI::IsMember({"tab", "comma", "pipe", "delimited"}))
+                   OutputFormatNames() + "; without it by the extension of -o, else tab")
+        ->type_name("NAME")
         ->group(group);
-    app.add_option("--delimiter", raw.delimiter, "the delimiter of --format delimited (never quotes)")
+    app.add_option("--delimiter", raw.delimiter,
+                   "the delimiter of --format delimited, and of --read (never quotes)")
         ->type_name("C")
+        ->group(group);
+    app.add_option("--table", line.table, "the table of INSERT statements; without it that of the SELECT")
+        ->type_name("NAME")
         ->group(group);
     app.add_flag("--no-headers", raw.noHeaders, "no line of column labels")->group(group);
     app.add_flag("--no-quoting", raw.noQuoting, "never quote; line ends and delimiters become blanks")
@@ -237,6 +226,9 @@ void DeclareOutput(CLI::App& app, CommandLine& line, RawTexts& raw) {
     app.add_option("--columns", raw.columns, "which columns and in which order, from 0: 0,2")
         ->type_name("N,...")
         ->group(group);
+    app.add_option("--rows", raw.rows, "which rows of each result, from 0, as sorted: 0-9,20,100-")
+        ->type_name("FROM-TO,...")
+        ->group(group);
     app.add_option("--result", raw.result, "only this result set, from 0 (without it: all)")
         ->type_name("N")
         ->check(CLI::NonNegativeNumber)
@@ -244,7 +236,7 @@ void DeclareOutput(CLI::App& app, CommandLine& line, RawTexts& raw) {
     app.add_option("--sort", raw.sort, "sort by columns, by label or number from 0: name,2:desc")
         ->type_name("COL[:desc],...")
         ->group(group);
-    app.add_flag("--table", line.table, "an aligned table even when standard output is no terminal")
+    app.add_flag("--aligned", line.aligned, "an aligned table even when standard output is no terminal")
         ->group(group);
     app.add_flag("--timing", line.timing, "tell times, rows per second and peak memory")->group(group);
     app.add_flag("--quiet", line.quiet, "print nothing but results and errors")->group(group);
@@ -270,6 +262,8 @@ void Interpret(const RawTexts& raw, bool hasSql, CommandLine& line) {
     line.expandTabs = !raw.keepTabs;
     if (!raw.columns.empty())
         line.columns = ParseColumns(raw.columns);
+    if (!raw.rows.empty())
+        line.rows = ParseRows(raw.rows);
     if (!raw.sort.empty())
         line.sort = ParseSort(raw.sort);
     if (!raw.delimiter.empty())
@@ -287,70 +281,6 @@ void Interpret(const RawTexts& raw, bool hasSql, CommandLine& line) {
     if (!raw.serverOutput.empty())
         line.serverOutput = ParseBytes(raw.serverOutput);
     InterpretCall(raw, line);
-}
-
-void CheckSplit(const CommandLine& line) {
-    if (line.dialect == nullptr)
-        throw std::invalid_argument("--split needs --dialect, one of " + DialectNames());
-    if (!line.connection.empty() || line.sql)
-        throw std::invalid_argument(
-            "--split connects to nothing: it takes the script by -f and no CONNECTION");
-    if (!line.readFile.empty() || !line.parameterWords.empty() || line.IsCall())
-        throw std::invalid_argument("--split runs nothing: it takes no --read and no --param");
-}
-
-// What only a server can do.
-bool AsksTheServer(const CommandLine& line) {
-    return !line.user.empty() || line.family != nullptr || line.explain || line.statistics ||
-           line.serverOutput || !line.options.empty();
-}
-
-void CheckLists(const CommandLine& line) {
-    const char* const option = line.listDrivers ? "--drivers" : "--options";
-    if (line.sql || !line.sqlFile.empty() || line.IsCall() || !line.readFile.empty() || line.split)
-        throw std::invalid_argument(std::string(option) + " runs nothing, and takes no SQL");
-    if (line.listDrivers && (!line.connection.empty() || line.listOptions))
-        throw std::invalid_argument("--drivers takes no CONNECTION");
-    if (line.listOptions && line.connection.empty() && line.family == nullptr)
-        throw std::invalid_argument("--options needs a CONNECTION, or --dbtype with one of " +
-                                    DialectNames());
-}
-
-void CheckCall(const CommandLine& line) {
-    if (line.sql || !line.sqlFile.empty())
-        throw std::invalid_argument("--procedure and --function take no SQL");
-    if (line.explain)
-        throw std::invalid_argument("--explain goes with SQL and scripts, not with calls");
-}
-
-void CheckInput(const CommandLine& line) {
-    if (!line.readFile.empty()) {
-        if (!line.connection.empty() || !line.sqlFile.empty() || !line.parameterWords.empty() ||
-            line.IsCall() || AsksTheServer(line))
-            throw std::invalid_argument("--read loads a file and takes no CONNECTION and no SQL");
-    } else if (line.connection.empty()) {
-        throw std::invalid_argument("CONNECTION is missing, such as sqlite:FILE");
-    }
-    if (!line.user.empty() && line.connection.compare(0, 7, "sqlite:") == 0)
-        throw std::invalid_argument("--user: SQLite databases have no users");
-    if (line.sql && !line.sqlFile.empty())
-        throw std::invalid_argument("SQL is given twice: as an argument and by -f " + line.sqlFile);
-}
-
-void Check(const CommandLine& line) {
-    if (line.listDrivers || line.listOptions)
-        return CheckLists(line);
-    if (line.split)
-        return CheckSplit(line);
-    if (line.dialect != nullptr)
-        throw std::invalid_argument("--dialect goes with --split; a run takes the dialect of its server");
-    CheckInput(line);
-    if (line.IsCall())
-        CheckCall(line);
-    if (!line.separator.empty() && !line.IsScript())
-        throw std::invalid_argument("--separator goes with a script (-f or standard input, without --param)");
-    if (line.delimiter && !line.format.empty() && line.format != "delimited")
-        throw std::invalid_argument("--delimiter goes with --format delimited, not " + line.format);
 }
 
 }  // namespace
@@ -379,7 +309,8 @@ namespace {
 
 // An empty name comes from a shell's variable without a value, and would be taken for no name at all.
 void RefuseEmptyNames(const CLI::App& app) {
-    for (const char* const option : {"--file", "--output", "--read", "--user", "--procedure", "--function"}) {
+    for (const char* const option :
+         {"--file", "--output", "--read", "--user", "--procedure", "--function", "--table"}) {
         const CLI::Option* const given = app.get_option(option);
         if (given->count() > 0 && given->as<std::string>().empty())
             throw std::invalid_argument(std::string(option) + ": the name is empty");

@@ -9,6 +9,7 @@
 
 #include "params/parameter_list.h"
 #include "tools/qxsql/dialects.h"
+#include "tools/qxsql/row_ranges.h"
 #include "tools/qxsql/statement_parameters.h"
 
 namespace qxsql {
@@ -50,7 +51,7 @@ struct CommandLine {
     // Of scripts: what comes by -f or from standard input.
     std::string separator;  // empty: the usual one of the server
     bool split = false;
-    const Dialect* dialect = nullptr;  // of --split
+    const Dialect* dialect = nullptr;  // of --split and of INSERT statements; null: that of the server
     bool verbose = false;
     bool progress = false;
 
@@ -59,14 +60,17 @@ struct CommandLine {
     std::optional<std::chrono::milliseconds> timeout;
 
     std::string outputFile;
-    std::string format;  // tab, comma, pipe, delimited; empty: by the file's extension
+    std::string format;  // a name of file_formats.h; empty: by the file's extension
+    std::string table;   // of INSERT statements; empty: that of the statement
     std::optional<char> delimiter;
     bool headers = true;
     bool quoting = true;
     bool expandTabs = true;
     std::vector<int> columns;
+    std::vector<RowRange> rows;  // of each result; empty: all
     std::optional<int> result;
     std::string readFile;
+    std::string readFormat;  // empty: by the file's extension
 
     std::vector<SortTerm> sort;
     int maxRows = 0;
@@ -76,7 +80,7 @@ struct CommandLine {
     bool explain = false;
     bool statistics = false;
     std::optional<int> serverOutput;  // bytes of its buffer, 0: the server's choice
-    bool table = false;
+    bool aligned = false;
     bool timing = false;
     bool quiet = false;
 

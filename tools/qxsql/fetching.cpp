@@ -75,6 +75,7 @@ class Run {
           loop(director, watcher, presenter) {
         watcher.Watch(director);
         CheckPlans(line, connection.ServerType());
+        presenter.SetServerType(connection.ServerType());
         director.SetDoExplainPlan(line.explain);
         director.SetBindAsStrings(line.asStrings);
         director.SetUseLobLocators(false);
@@ -243,16 +244,20 @@ int ListOptions(const CommandLine& line) {
 int RunRead(const CommandLine& line) {
     ArmInterrupt();
     StorePtr store(new qxdbsqlengine::DataStorage(qxdbsqlengine::DataStorage::CreateResultsStorage(false)));
-    if (!LoadFile(line, store))
-        return ExitFile;
     try {
+        if (!LoadFile(line, store))
+            return ExitFile;
+        // Taken back, for what was read is still to be written; a second Ctrl-C ends the process.
+        const bool cut = Interrupted().exchange(false);
         Presenter presenter(line, store);
+        if (line.family != nullptr)
+            presenter.SetServerType(line.family->server);
         for (int resultSet = 0; resultSet < store->GetNumberOfResultSets(); ++resultSet) {
             presenter.ResultBegins(resultSet, qxdbsqlengine::ResultSetNormal);
             presenter.ResultEnds(resultSet);
         }
         presenter.Finish();
-        return Interrupted() ? ExitInterrupted : presenter.ExitCode();
+        return cut || Interrupted() ? ExitInterrupted : presenter.ExitCode();
     } catch (const std::invalid_argument& error) {
         std::cerr << error.what() << '\n';
         return ExitUsage;

@@ -6,6 +6,7 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "tools/qxsql/file_formats.h"
 #include "tools/qxsql/output_values.h"
 #include "tools/qxsql/sorting.h"
 #include "tools/qxsql/terminal.h"
@@ -18,10 +19,9 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
-ProgressLine::When ProgressOf(const CommandLine& line) {
-    if (line.progress)
-        return ProgressLine::Always;
-    return line.quiet ? ProgressLine::Never : ProgressLine::OnTerminal;
+bool IsOnScreen(const CommandLine& line) {
+    return line.outputFile.empty() &&
+           (line.aligned || (line.format.empty() && !line.delimiter && IsTerminal(STDOUT_FILENO)));
 }
 
 }  // namespace
@@ -29,8 +29,8 @@ ProgressLine::When ProgressOf(const CommandLine& line) {
 Presenter::Presenter(const CommandLine& commandLine, const StorePtr& results, const std::string& scriptName)
     : line(commandLine),
       store(results),
-      onScreen(line.outputFile.empty() &&
-               (line.table || (line.format.empty() && !line.delimiter && IsTerminal(STDOUT_FILENO)))),
+      onScreen(IsOnScreen(line)),
+      asDocument(!onScreen && line.outputFile.empty() && IsDocument(OutputType(line))),
       progress(ProgressOf(line)) {
     if (!scriptName.empty())
         script.emplace(scriptName);
@@ -80,7 +80,8 @@ void Presenter::ResultBegins(int resultSet, qxdbsqlengine::ResultSetType type) {
     if (!openWanted)
         return;
     shown.push_back(resultSet);
-    if (onScreen)
+    // Which rows there are is known at the end.
+    if (onScreen && line.rows.empty())
         table = std::make_unique<TableView>(*store, resultSet, line.columns, line.headers, ScreenWidth());
 }
 
@@ -134,24 +135,59 @@ void Presenter::ResultEnds(int resultSet) {
     if (line.maxRows > 0 && count >= line.maxRows && !line.quiet)
         std::cerr << "Stopped at " << GroupedNumber(count) << " rows (--max-rows)\n";
     SortResult(*store, resultSet, line.sort);
-    if (table) {
-        PrintTable(count);
-        printed = true;
-        if (!line.quiet)
-            std::cerr << '(' << GroupedNumber(count) << (count == 1 ? " row)\n" : " rows)\n");
-        table.reset();
-    } else if (line.outputFile.empty()) {
-        // Result sets are parted by one empty line, as they are in a file.
-        if (printed)
-            std::cout << "\r\n";
-        printed = true;
-        if (!WriteToStream(line, store, resultSet, std::cout))
-            exitCode = ExitFile;
-    }
+    NameTable(line, *store, resultSet);
+    if (onScreen)
+        ShowTable(resultSet, count);
+    else if (!IsHeldBack())
+        WriteNow(resultSet);
 }
 
-// On standard output also when results go to a file, which holds nothing but results.
+// What has one head and one foot waits for its last result.
+bool Presenter::IsHeldBack() const {
+    return !line.outputFile.empty() || asDocument;
+}
+
+void Presenter::ShowTable(int resultSet, int count) {
+    if (table) {
+        PrintTable(count);
+    } else {
+        qxdbsqlengine::DataStorage rowsOnly = ShownResults(line, *store, {resultSet});
+        count = rowsOnly.GetNumberOfRows(0);
+        table = std::make_unique<TableView>(rowsOnly, 0, std::vector<int>(), line.headers, ScreenWidth());
+        PrintTable(count);
+        table.reset();
+    }
+    printed = true;
+    if (!line.quiet)
+        std::cerr << '(' << GroupedNumber(count) << (count == 1 ? " row)\n" : " rows)\n");
+    table.reset();
+}
+
+void Presenter::WriteNow(int resultSet) {
+    // Result sets are parted by one empty line, as they are in a file. Statements part themselves.
+    if (printed && OutputType(line) != qxdbsqlengine::ResultFileInsert)
+        std::cout << "\r\n";
+    printed = true;
+    if (!WriteResults(line, server, store, {resultSet}, &std::cout))
+        exitCode = ExitFile;
+}
+
+void Presenter::WriteHeldBack() {
+    // A statement that failed leaves no file behind that looks like its result, and no results are no
+    // document.
+    if (!IsHeldBack() || (shown.empty() && (asDocument || exitCode == ExitServerError)))
+        return;
+    if (!WriteResults(line, server, store, shown, asDocument ? &std::cout : nullptr))
+        exitCode = ExitFile;
+}
+
+// On standard output also when results go to a file, which holds nothing but results. A document, and
+// statements that are to be run, can't take them in.
 void Presenter::ShowOutputValues(int resultSet) {
+    if (line.outputFile.empty() && (asDocument || OutputType(line) == qxdbsqlengine::ResultFileInsert)) {
+        PrintOutputValues(std::cerr, *store, resultSet, IsTerminal(STDERR_FILENO));
+        return;
+    }
     if (printed)
         std::cout << (onScreen ? "\n" : "\r\n");
     printed = true;
@@ -213,11 +249,7 @@ void Presenter::Finish() {
         throw std::invalid_argument("--result " + std::to_string(*line.result) + ": there are " +
                                     std::to_string(resultCount) + " results, numbered from 0");
     }
-    // A statement that failed leaves no file behind that looks like its result.
-    if (!line.outputFile.empty() && !(exitCode == ExitServerError && shown.empty())) {
-        if (!ExportToFile(line, store, shown))
-            exitCode = ExitFile;
-    }
+    WriteHeldBack();
     if (script && line.maxErrors > 0 && errorCount >= line.maxErrors)
         Tell(script->Place() + ": --max-errors " + std::to_string(line.maxErrors) +
              " reached, nothing behind this item was run");

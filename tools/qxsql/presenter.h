@@ -2,10 +2,10 @@
 #pragma once
 
 #include <chrono>
-#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tools/qxsql/command_line.h"
 #include "tools/qxsql/exporting.h"
@@ -23,6 +23,9 @@ class Presenter {
   public:
     // `scriptName`: what messages call the script that runs; empty when it is none.
     Presenter(const CommandLine& commandLine, const StorePtr& results, const std::string& scriptName = "");
+
+    // The family of the server, for what is written in its dialect.
+    void SetServerType(qxdb::DBTYPE type) { server = type; }
 
     // What the run tells, in its order.
     void Take(const RunEvent& event);
@@ -46,6 +49,10 @@ class Presenter {
     bool ReadMessages(int resultSet, int end);
     void ShowOutputValues(int resultSet);
     bool IsWanted();
+    bool IsHeldBack() const;
+    void ShowTable(int resultSet, int count);
+    void WriteNow(int resultSet);
+    void WriteHeldBack();
     void FirstRowSeen();
     void PrintTable(int end);
     void PrintTiming() const;
@@ -53,14 +60,17 @@ class Presenter {
     const CommandLine& line;
     StorePtr store;
     const bool onScreen;
+    // One document on standard output: all results have their place in it.
+    const bool asDocument;
+    qxdb::DBTYPE server = qxdb::DBTYPE_OTHER;
     const std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
     std::optional<std::chrono::steady_clock::time_point> firstRow;
     MessageReader messages;
     ProgressLine progress;
     std::optional<ScriptReport> script;
     std::unique_ptr<TableView> table;
-    std::deque<int> shown;  // result sets that the user wants, in order of arrival
-    int open = -1;          // the result set that is growing, -1 for none
+    std::vector<int> shown;  // result sets that the user wants, in order of arrival
+    int open = -1;           // the result set that is growing, -1 for none
     qxdbsqlengine::ResultSetType openType = qxdbsqlengine::ResultSetNormal;
     int resultCount = 0;  // result sets of rows so far
     int errorCount = 0;   // as the limit of errors counts them
