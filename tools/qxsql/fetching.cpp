@@ -245,11 +245,11 @@ int RunRead(const CommandLine& line) {
     ArmInterrupt();
     StorePtr store(new qxdbsqlengine::DataStorage(qxdbsqlengine::DataStorage::CreateResultsStorage(false)));
     try {
+        Presenter presenter(line, store);
         if (!LoadFile(line, store))
             return ExitFile;
         // Taken back, for what was read is still to be written; a second Ctrl-C ends the process.
         const bool cut = Interrupted().exchange(false);
-        Presenter presenter(line, store);
         if (line.family != nullptr)
             presenter.SetServerType(line.family->server);
         for (int resultSet = 0; resultSet < store->GetNumberOfResultSets(); ++resultSet) {

@@ -29,9 +29,20 @@ Calls: --procedure and --function call what the server has stored under NAME. --
 to its inputs and to those that also come back, --param-out names outputs, which need not be given.
 What comes back is shown behind the results.
 
-Results go to standard output: an aligned table on a terminal, tab-delimited text otherwise;
-several results one after the other with an empty line between them, also in the file of -o.
-Row counts, server messages, errors, progress and timing go to standard error.
+Results go to standard output: an aligned table on a terminal (--aligned: always), tab-delimited text
+otherwise; several results one after the other with an empty line between them. -o FILE exports them
+to FILE instead. Row counts, server messages, errors, progress and timing go to standard error.
+
+Formats, for -o by the extension, for standard output and other files by --format:
+  tab, comma, pipe  .txt and all others, .csv, .psv  delimited text, quoted by need (tab: never)
+  delimited         --delimiter                      delimited by any character, never quoted
+  html              .html, .htm                      a page, one table for each result
+  excel             .xls                             the same with the styles of a spreadsheet
+  excelxml          only by its name                 spreadsheet XML, all results on one sheet
+  xml               .xml                             keeps types and NULLs; --read reads it back
+  insert            .sql                             INSERT statements, see --table and --dialect
+Several results are one document in html, excel, excelxml and xml. --columns, --rows, --sort and
+--result choose from all of them.
 
 Exit codes:
   0    done
@@ -48,10 +59,12 @@ Examples:
   qxsql --create sqlite:new.db -f schema.sql
   qxsql sqlite:shop.db --param DE "SELECT * FROM customer WHERE country = ?"
   qxsql sqlite:shop.db -o out.csv --sort name,2:desc "SELECT * FROM customer"
+  qxsql sqlite:shop.db -o out.html --rows 0-99 "SELECT * FROM customer"
+  qxsql sqlite:shop.db --format insert --dialect oracle --table crm.customer "SELECT * FROM customer"
   qxsql odbc:shop --user me --procedure raise_prices --param percent=5 --param-out changed
   qxsql odbc:shop --user me --explain "SELECT * FROM customer"
   qxsql --split -f install.sql --dialect oracle
-  qxsql --read out.csv --sort 0
+  qxsql --read out.csv --sort 0 -o out.xml
 )";
 }
 
