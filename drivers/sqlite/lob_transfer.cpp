@@ -202,11 +202,14 @@ void WriteValue(const LobPlace& place, Database& database, const std::list<std::
 
 // --- Import ---
 
-[[noreturn]] void ThrowTooLarge(const std::string& fileName, __int64 size, Database& database) {
+[[noreturn]] void ThrowTooLarge(const LobPlace& place, const std::string& fileName, __int64 size,
+                                Database& database) {
+    const bool isWide = !place.binary && EncodingOf(database).rfind("UTF-16", 0) == 0;
     ThrowFailure(SQLITE_TOOBIG,
                  "\"" + fileName + "\" has " + std::to_string(size) +
                      " bytes; the database takes no row of more than " +
-                     std::to_string(sqlite3_limit(database.Handle(), SQLITE_LIMIT_LENGTH, -1)),
+                     std::to_string(sqlite3_limit(database.Handle(), SQLITE_LIMIT_LENGTH, -1)) +
+                     (isWide ? ", in UTF-16" : ""),
                  "54000", Place());
 }
 
@@ -417,14 +420,14 @@ void ImportLob(const LobPlace& place, Database& database, const std::list<std::s
     try {
         Source source(fileName);
         if (source.GetSize() > sqlite3_limit(database.Handle(), SQLITE_LIMIT_LENGTH, -1)) {
-            ThrowTooLarge(fileName, source.GetSize(), database);
+            ThrowTooLarge(place, fileName, source.GetSize(), database);
         }
         try {
             ReadValue(place, database, rowValues, source);
         } catch (const Errors& errors) {
             // The other columns need room too.
             if (IsTooLarge(errors)) {
-                ThrowTooLarge(fileName, source.GetSize(), database);
+                ThrowTooLarge(place, fileName, source.GetSize(), database);
             }
             throw;
         }

@@ -66,8 +66,8 @@
 //   export            some hundred kilobytes. WITHOUT ROWID and in tables with computed columns: the value
 //   import of bytes   some hundred kilobytes (and SQLite's cache, 2 MB) where only NULLs follow in the row, in
 //                     the order of the table's columns, and no index, trigger, CHECK or foreign key is concerned
-//   other imports     the new row, once; in a database in UTF-16 three times. The file is first copied to the
-//                     directory for temporary files
+//   other imports     the new row, once; text in a database in UTF-16 in that encoding twice. The file is first
+//                     copied to the directory for temporary files, and read from there by a mapping
 // SQLite itself has all values of a row in memory that a query reads, and takes no row beyond 10^9 bytes.
 #pragma once
 

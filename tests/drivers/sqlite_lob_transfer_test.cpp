@@ -486,6 +486,15 @@ TEST_F(SQLiteLobFailure, AFileBeyondTheLimit) {
         EXPECT_EQ(failure.state, "54000");
         EXPECT_EQ(failure.code, SQLITE_TOOBIG);
     }
+    // Text takes twice the room in UTF-16.
+    qxdb::Connection wide = Open(folder.File("wide"), "create unlimited=lob");
+    RunAll(wide,
+           "PRAGMA encoding = 'UTF-16'; CREATE TABLE docs(id INTEGER PRIMARY KEY, body TEXT);"
+           "INSERT INTO docs VALUES(1, 'old')");
+    Lob wideText = LobOf(wide, "SELECT * FROM docs", 1);
+    EXPECT_EQ(FailureOf([&] { wideText.locator.Import(large, wide, &wideText.row); }).text,
+              "\"" + large +
+                  "\" has 1000000001 bytes; the database takes no row of more than 1000000000, in UTF-16");
     // The row needs room beside the value.
     ASSERT_EQ(::truncate(large.c_str(), 1000000000), 0);
     const Failure failure = FailureOf([&] { lob.locator.Import(large, connection, &lob.row); });
