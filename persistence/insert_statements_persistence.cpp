@@ -51,15 +51,29 @@ void InsertStatementsPersistence::ValueWriter::OnCell(int position, bool isNull,
         out.Append(separator, kNull, {});
         return;
     }
-    out.Append(separator);
-    if (style.kind == Kind::Quoted) {
-        out.Append(style.opening);
+    if (style.kind == Kind::OracleTime)
+        text = owner.TimestampText(position);
+    if (style.kind == Kind::Quoted && text.find('\'') != std::string_view::npos) {
+        out.Append(separator, style.opening, {});
         AppendDoublingQuotes(text, out);
         out.Append(style.closing);
+    } else if (style.opening.empty()) {
+        out.Append(separator, text, style.closing);
     } else {
-        out.Append(style.opening, style.kind == Kind::OracleTime ? owner.TimestampText(position) : text,
-                   style.closing);
+        const std::string& before = openings[static_cast<std::size_t>(position)];
+        out.Append(before, text, style.closing);
     }
+}
+
+void InsertStatementsPersistence::ValueWriter::AddStyle(const Style& style) {
+    openings.push_back(styles.empty() ? "" : ", ");
+    openings.back() += style.opening;
+    styles.push_back(style);
+}
+
+void InsertStatementsPersistence::ValueWriter::Clear() {
+    styles.clear();
+    openings.clear();
 }
 
 InsertStatementsPersistence::InsertStatementsPersistence(std::atomic<bool>& cancel)
@@ -90,7 +104,7 @@ void InsertStatementsPersistence::WriteResultSetHeader(bool) {
         "--\n");
     includedColumns.clear();
     columnOrder.clear();
-    values.styles.clear();
+    values.Clear();
     prefix = "INSERT INTO " + storage->GetTableName(currentResultSet) + " ( ";
     bool first = true;
     for (int column : SelectColumns())
@@ -119,7 +133,7 @@ void InsertStatementsPersistence::AddColumn(int column, bool& first) {
     prefix += name;
     includedColumns[column] = name;
     columnOrder.push_back(column);
-    values.styles.push_back(StyleOf(column));
+    values.AddStyle(StyleOf(column));
 }
 
 bool InsertStatementsPersistence::IsColumnExcluded(int column) {

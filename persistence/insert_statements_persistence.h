@@ -62,10 +62,14 @@ class QXSENG2_API InsertStatementsPersistence : public PersistenceImpl {
       public:
         explicit ValueWriter(InsertStatementsPersistence& persistence) : owner(persistence) {}
         void OnCell(int position, bool isNull, std::string_view text) override;
-        std::vector<Style> styles;  // by position
+        // Of the next position.
+        void AddStyle(const Style& style);
+        void Clear();
 
       private:
         InsertStatementsPersistence& owner;
+        std::vector<Style> styles;          // by position
+        std::vector<std::string> openings;  // the same, with the separator in front
     };
 
     Style StyleOf(int column) const;

@@ -19,6 +19,24 @@ namespace {
 
 constexpr int kLockAttempts = 12;  // of 5 seconds each
 
+constexpr int kSpanRows = 32;  // some microseconds, for which others wait
+
+// Holds the locks of a store's reads for a scope, where they are to be had. Null holds nothing.
+class ReadSpan {
+  public:
+    explicit ReadSpan(DataStorage* store) : held(store != nullptr && store->BeginReads() ? store : nullptr) {}
+    ~ReadSpan() {
+        if (held != nullptr)
+            held->EndReads();
+    }
+    ReadSpan(const ReadSpan&) = delete;
+    ReadSpan& operator=(const ReadSpan&) = delete;
+    explicit operator bool() const { return held != nullptr; }
+
+  private:
+    DataStorage* const held;
+};
+
 // Runs an action when its scope is left by an exception.
 template <class Action>
 class OnException {
@@ -228,36 +246,86 @@ bool PersistenceImpl::WriteResultSetBody(int resultSet, bool wholeFile) {
 void PersistenceImpl::WriteRows(int resultSet) {
     RowIterator row = storage->GetRowIterator(resultSet, 0);
     const RowIterator end = storage->GetRowEnd(resultSet);
-    for (; row != end && !IsCancelled(); ++row) {
-        if (!WriteOneRow(row.GetRow()))
-            return;
-    }
+    WriteInSpans([&row, &end](int& number, int& taken) {
+        taken = row == end ? 0 : 1;
+        if (row == end)
+            return false;
+        number = row.GetRow();
+        ++row;
+        return true;
+    });
 }
 
 void PersistenceImpl::WriteListedRows(int resultSet) {
     const int rowCount = storage->GetNumberOfRows(resultSet);
-    for (std::size_t i = 0; i < rowList.size() && !IsCancelled(); ++i) {
-        const int row = rowList[i];
-        if (row < 0 || row >= rowCount) {
-            CountRow();
-            continue;
+    std::size_t next = 0;
+    WriteInSpans([&, this](int& number, int& taken) {
+        for (taken = 0; next < rowList.size();) {
+            number = rowList[next];
+            ++next;
+            ++taken;
+            if (number >= 0 && number < rowCount)
+                return true;
         }
-        if (!WriteOneRow(row))
+        return false;
+    });
+}
+
+// `take` gives the next row's number and how many rows are done with it, those that are skipped before it
+// included; false behind the last row. A few rows at a time are written under one lock of the store; their
+// progress is told behind it, when the callback may take its time or use the store.
+template <class Take>
+void PersistenceImpl::WriteInSpans(Take take) {
+    WrittenRow written[kSpanRows];
+    for (bool more = true; more && !IsCancelled();) {
+        int rows = 0;
+        int taken = 0;
+        {
+            const ReadSpan span(rowReader ? nullptr : &*storage);
+            const int most = span ? kSpanRows : 1;
+            int row = 0;
+            while (rows < most && !buffer.IsFull() && !IsCancelled() && (more = take(row, taken)) &&
+                   WriteOneRow(row))
+                written[rows++] = {buffer.Size(), taken};
+        }
+        if (!ReportRows(written, rows) || failed)
+            return;
+        if (!more)
+            CountRows(taken);
+        if (buffer.IsFull() && !FlushOutput())
             return;
     }
 }
 
-// A row stands in the file as a whole or not at all. False when the file has failed.
+// A row stands in the file as a whole or not at all. False when it could not be read.
 bool PersistenceImpl::WriteOneRow(int row) {
     const std::size_t start = buffer.Size();
     OnException guard([this, start] { buffer.Truncate(start); });
     WriteRow(row);
     guard.Dismiss();
-    if (failed || (buffer.IsFull() && !FlushOutput()))
-        return false;
-    CountRow();
-    ReportProgress();
+    return !failed;
+}
+
+// A callback that cancels, or throws, does so behind its row: those that were written ahead are taken back.
+// False after a cancel.
+bool PersistenceImpl::ReportRows(const WrittenRow* written, int rows) {
+    const bool already = IsCancelled();
+    for (int i = 0; i < rows; ++i) {
+        CountRows(written[i].taken);
+        OnException guard([this, &written, i] { buffer.Truncate(written[i].end); });
+        ReportProgress();
+        guard.Dismiss();
+        if (!already && IsCancelled()) {
+            buffer.Truncate(written[i].end);
+            return false;
+        }
+    }
     return true;
+}
+
+void PersistenceImpl::CountRows(int count) {
+    for (; count > 0; --count)
+        CountRow();
 }
 
 void PersistenceImpl::CountRow() {

@@ -157,6 +157,11 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     bool expandTabs = true;
 
   private:
+    struct WrittenRow {
+        std::size_t end;  // in the buffer
+        int taken;        // rows done with it: one, and those of a row list that were skipped before it
+    };
+
     std::ostream& Output() { return outputStream != nullptr ? *outputStream : output; }
     bool OpenOutput();
     bool FlushOutput();
@@ -165,7 +170,11 @@ class QXSENG2_API PersistenceImpl : public IPersistenceImpl {
     bool WriteList(const std::deque<int>& resultSets);
     void WriteRows(int resultSet);
     void WriteListedRows(int resultSet);
+    template <class Take>
+    void WriteInSpans(Take take);
     bool WriteOneRow(int row);
+    bool ReportRows(const WrittenRow* written, int rows);
+    void CountRows(int count);
     void ReadRows(long long size);
     bool ReadOpenInput();
     void ReportProgress();

@@ -32,8 +32,10 @@ CellFormat::CellFormat(const std::locale& cellLocale)
     const auto& punctuation = std::use_facet<std::numpunct<char>>(locale);
     decimalPoint = punctuation.decimal_point();
     thousandsSeparator = punctuation.thousands_sep();
-    if (classic)
+    if (classic) {
+        plainIntegers = true;
         return;
+    }
     ownDigits = FormatsByItself(locale);
     grouping = punctuation.grouping();
     // What a size of 0 or less means is the stream's own affair.
@@ -41,6 +43,7 @@ CellFormat::CellFormat(const std::locale& cellLocale)
         ownDigits = ownDigits || static_cast<signed char>(groupSize) <= 0;
     if (!grouping.empty() && grouping[0] == CHAR_MAX)
         grouping.clear();
+    plainIntegers = !ownDigits && grouping.empty();
 }
 
 CellFormat::~CellFormat() = default;

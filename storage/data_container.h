@@ -166,6 +166,12 @@ class QXSENG2_API DataContainer {
     virtual bool VisitRow(int index, int rs, int row, const int* columns, int count, const CellFormat& format,
                           CellSink& sink) = 0;
 
+    // Takes the locks that VisitRow takes, so that the reads of some rows on this thread cost them once. For
+    // some microseconds only: writers and other readers wait meanwhile. False, with nothing taken, when
+    // another reader waits already or a lock was not to be had; a success needs one EndReads.
+    virtual bool BeginReads() = 0;
+    virtual void EndReads() = 0;
+
   protected:
     int nextIndexId;  // guarded by indexLock, as is indexCount
     int indexCount;

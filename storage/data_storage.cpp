@@ -312,6 +312,14 @@ int DataStorage::GetRowTranslation(int rs, int row) {
     return container->GetRowTranslation(indexId, rs, row);
 }
 
+bool DataStorage::BeginReads() {
+    return container->BeginReads();
+}
+
+void DataStorage::EndReads() {
+    container->EndReads();
+}
+
 bool DataStorage::VisitRow(int rs, int row, const int* columns, int count, const CellFormat& format,
                            CellSink& sink) {
     return container->VisitRow(indexId, rs, row, columns, count, format, sink);

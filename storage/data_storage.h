@@ -108,6 +108,8 @@ class QXSENG2_API DataStorage {
     void DeleteColumn(int rs, int col);
     void DeleteRow(int rs, int row);
     int GetRowTranslation(int rs, int row);
+    bool BeginReads();
+    void EndReads();
     bool VisitRow(int rs, int row, const int* columns, int count, const CellFormat& format, CellSink& sink);
 
     // Row numbers of this handle become those of `other`, a handle on the same container.

@@ -22,4 +22,14 @@ void AppendDecimalText(const qxdb::Decimal& value, char decimalPoint, int precis
     }
 }
 
+std::string_view ViewDecimalText(const qxdb::Decimal& value, char decimalPoint, int precision,
+                                 std::string& buffer) {
+    std::uint64_t small = 0;
+    if (value.GetSmall(small))  // cannot fail
+        return value.View(buffer, decimalPoint, precision < 1, precision < 1 ? -1 : precision);
+    buffer.clear();
+    AppendDecimalText(value, decimalPoint, precision, buffer);
+    return buffer;
+}
+
 }  // namespace qxdbsqlengine

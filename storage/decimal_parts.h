@@ -12,6 +12,9 @@ namespace qxdbsqlengine {
 // The text that users see, with `precision` digits behind the point, or those of the value without zeros at
 // the end when that is below 1. A value that can't be rendered gives a text that says so.
 void AppendDecimalText(const qxdb::Decimal& value, char decimalPoint, int precision, std::string& out);
+// The same as a view of `buffer`, whose content is overwritten.
+std::string_view ViewDecimalText(const qxdb::Decimal& value, char decimalPoint, int precision,
+                                 std::string& buffer);
 
 // The greater width of the least and the greatest value; 0 without rows. `read(row, value)` reads a row.
 template <class Read>

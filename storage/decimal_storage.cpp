@@ -137,6 +137,11 @@ void DecimalStorage::AppendString(int row, const CellFormat& format, std::string
     AppendDecimalText(decimal1, format.DecimalPoint(), precision, out);
 }
 
+std::string_view DecimalStorage::ViewString(int row, const CellFormat& format, std::string& buffer) {
+    ReadInto(row, decimal1);
+    return ViewDecimalText(decimal1, format.DecimalPoint(), precision, buffer);
+}
+
 void DecimalStorage::PutSortKeys(SortKeySink& sink) {
     PutAppendedSortKeys(*this, sink);
 }

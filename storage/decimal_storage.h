@@ -40,6 +40,7 @@ class QXSENG2_API DecimalStorage : public ColumnSetStorage {
     int GetLargestColumnSize(std::locale& locale, LargestColumnItemCallback& callback) override;
     AlignHint GetAlignHint() override { return AlignRight; }
     void AppendString(int row, const CellFormat& format, std::string& out) override;
+    std::string_view ViewString(int row, const CellFormat& format, std::string& scratch) override;
     void PutSortKeys(SortKeySink& sink) override;
     void AppendSortKey(int row, SortKeyPosition& position, std::size_t maxBytes, std::string& out) override;
 

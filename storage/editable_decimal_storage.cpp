@@ -158,6 +158,11 @@ void EditableDecimalStorage::AppendString(int row, const CellFormat& format, std
     AppendDecimalText(decimal1, format.DecimalPoint(), precision, out);
 }
 
+std::string_view EditableDecimalStorage::ViewString(int row, const CellFormat& format, std::string& buffer) {
+    ReadInto(row, decimal1);
+    return ViewDecimalText(decimal1, format.DecimalPoint(), precision, buffer);
+}
+
 void EditableDecimalStorage::PutSortKeys(SortKeySink& sink) {
     PutAppendedSortKeys(*this, sink);
 }

@@ -45,6 +45,7 @@ class QXSENG2_API EditableDecimalStorage : public EditableSetStorage {
     void RemoveLast() override;
     void MoveDown(int end) override;
     void AppendString(int row, const CellFormat& format, std::string& out) override;
+    std::string_view ViewString(int row, const CellFormat& format, std::string& scratch) override;
     void PutSortKeys(SortKeySink& sink) override;
     void AppendSortKey(int row, SortKeyPosition& position, std::size_t maxBytes, std::string& out) override;
 

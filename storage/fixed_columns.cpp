@@ -1,6 +1,8 @@
 #include "storage/fixed_columns.h"
 
 #include <algorithm>
+#include <cmath>
+#include <cstring>
 #include <exception>
 #include <type_traits>
 
@@ -294,6 +296,18 @@ void DoubleStorage::AppendString(int row, const CellFormat&, std::string& out) {
     }
 }
 
+std::string_view DoubleStorage::ViewString(int row, const CellFormat& format, std::string& buffer) {
+    const double value = GetValue(row);
+    if (!std::isfinite(value))
+        return ColumnSetStorage::ViewString(row, format, buffer);
+    char text[qxdb::Decimal::DoubleSize];
+    const std::size_t length = qxdb::Decimal::PutDouble(value, text);
+    if (buffer.size() < sizeof text)
+        buffer.resize(sizeof text);
+    std::memcpy(&buffer[0], text, sizeof text);
+    return {buffer.data(), length};
+}
+
 TimestampSetStorage::TimestampSetStorage(PageAlloc& alloc, const std::string& timestampFormat)
     : SpecificStorageType(alloc), format(timestampFormat) {
     if (!format.empty())
@@ -342,6 +356,11 @@ int TimestampSetStorage::GetLargestColumnSize(std::locale&, LargestColumnItemCal
 void TimestampSetStorage::AppendString(int row, const CellFormat&, std::string& out) {
     GetValue(row).AsTimestamp(scratch);
     scratch.AppendTo(out);
+}
+
+std::string_view TimestampSetStorage::ViewString(int row, const CellFormat&, std::string& buffer) {
+    GetValue(row).AsTimestamp(scratch);
+    return scratch.View(buffer);
 }
 
 }  // namespace qxdbsqlengine

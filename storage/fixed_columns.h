@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "platform/export.h"
 #include "storage/column_set_storage.h"
@@ -48,6 +49,9 @@ class QXSENG2_API ShortStorage : public SpecificStorageType<short, DataTypeShort
     void SetShort(int row, const short& value) override { SetValue(row, value); }
     void SetEmpty(int row) override { SetValue(row, 0); }
     void AppendString(int row, const CellFormat& format, std::string& out) override;
+    std::string_view ViewString(int row, const CellFormat& format, std::string& scratch) override {
+        return format.ViewInteger(GetValue(row), scratch);
+    }
 };
 
 class QXSENG2_API IntStorage : public SpecificStorageType<int, DataTypeInt> {
@@ -65,6 +69,9 @@ class QXSENG2_API IntStorage : public SpecificStorageType<int, DataTypeInt> {
     void SetInt(int row, const int& value) override { SetValue(row, value); }
     void SetEmpty(int row) override { SetValue(row, 0); }
     void AppendString(int row, const CellFormat& format, std::string& out) override;
+    std::string_view ViewString(int row, const CellFormat& format, std::string& scratch) override {
+        return format.ViewInteger(GetValue(row), scratch);
+    }
 };
 
 class QXSENG2_API LongStorage : public SpecificStorageType<long, DataTypeLong> {
@@ -82,6 +89,9 @@ class QXSENG2_API LongStorage : public SpecificStorageType<long, DataTypeLong> {
     void SetLong(int row, const long& value) override { SetValue(row, value); }
     void SetEmpty(int row) override { SetValue(row, 0); }
     void AppendString(int row, const CellFormat& format, std::string& out) override;
+    std::string_view ViewString(int row, const CellFormat& format, std::string& scratch) override {
+        return format.ViewInteger(GetValue(row), scratch);
+    }
 };
 
 class QXSENG2_API Int64Storage : public SpecificStorageType<__int64, DataTypeInt64> {
@@ -99,6 +109,9 @@ class QXSENG2_API Int64Storage : public SpecificStorageType<__int64, DataTypeInt
     void SetInt64(int row, const __int64& value) override { SetValue(row, value); }
     void SetEmpty(int row) override { SetValue(row, 0); }
     void AppendString(int row, const CellFormat& format, std::string& out) override;
+    std::string_view ViewString(int row, const CellFormat& format, std::string& scratch) override {
+        return format.ViewInteger(GetValue(row), scratch);
+    }
 };
 
 // Shows at most 8 significant digits, 7 where 8 would make the text 9 characters or longer; always with the
@@ -146,6 +159,7 @@ class QXSENG2_API DoubleStorage : public SpecificStorageType<double, DataTypeDou
     void SetDouble(int row, const double& value) override { SetValue(row, value); }
     void SetEmpty(int row) override { SetValue(row, 0); }
     void AppendString(int row, const CellFormat& format, std::string& out) override;
+    std::string_view ViewString(int row, const CellFormat& format, std::string& scratch) override;
 
   private:
     int precision;
@@ -174,6 +188,7 @@ class QXSENG2_API TimestampSetStorage : public SpecificStorageType<ResultsTimest
     }
     void SetEmpty(int row) override { SetValue(row, ResultsTimestamp()); }
     void AppendString(int row, const CellFormat& format, std::string& out) override;
+    std::string_view ViewString(int row, const CellFormat& format, std::string& scratch) override;
 
   private:
     qxdb::Timestamp scratch;  // has the column's format

@@ -32,6 +32,11 @@ class QXSENG2_API MapLock {
         owner.store(self, std::memory_order_relaxed);
         return true;
     }
+    // Whether this thread holds it.
+    bool IsOwn() const { return owner.load(std::memory_order_relaxed) == std::this_thread::get_id(); }
+    // Whether somebody sleeps until it is free. Who takes it again and again then keeps each holding short,
+    // or the sleeper never finds it free.
+    bool HasWaiters() const { return waiters.load(std::memory_order_relaxed) > 0; }
     // REQUIRES: this thread holds it.
     void Unlock() {
         if (depth > 0) {

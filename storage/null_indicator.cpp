@@ -1,5 +1,8 @@
 #include "storage/null_indicator.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace qxdbsqlengine {
 
 NullIndicator::NullIndicator(StorageAlloc<65536>& alloc, __int64 columnCount)
@@ -15,6 +18,24 @@ void NullIndicator::ClearNull(int column, int row) {
 
 bool NullIndicator::IsNull(int column, int row) {
     return TestBit(row * columns + column);
+}
+
+std::uint64_t NullIndicator::RowBits(int row) {
+    const __int64 bit = row * columns;
+    const __int64 byte = bit >> 3;
+    if (bit < 0 || byte >= bits.Size())
+        return 0;
+    char bytes[8] = {};
+    int count = 0;
+    const char* const side = bits.Span(static_cast<int>(byte), count);
+    if (count >= 8)
+        std::memcpy(bytes, side, 8);
+    else  // the end of the page, or of all bits
+        bits.Read(static_cast<int>(byte), bytes, static_cast<int>(std::min<__int64>(8, bits.Size() - byte)));
+    std::uint64_t word = 0;
+    for (int i = 0; i < 8; ++i)
+        word |= static_cast<std::uint64_t>(static_cast<unsigned char>(bytes[i])) << (8 * i);
+    return word >> (bit & 7);
 }
 
 bool NullIndicator::DeleteColumn(int column) {

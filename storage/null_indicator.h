@@ -1,6 +1,8 @@
 // The null marks of one result set.
 #pragma once
 
+#include <cstdint>
+
 #include "platform/int64.h"
 #include "storage/storage_base.h"
 
@@ -20,6 +22,11 @@ class NullIndicator {
     void ClearNull(int column, int row);
     bool IsNull(int column, int row);
 
+    // The marks of one row side by side, that of column 0 lowest, where FitsWord(): one look at the pages for
+    // all of its cells.
+    bool FitsWord() const { return columns <= 57; }  // up to 7 more bits stand before them in their byte
+    std::uint64_t RowBits(int row);
+
     // Takes one column's bits out of every row; the other bits move together. Nothing happens to the bits
     // when it is the last column. True.
     bool DeleteColumn(int column);
@@ -35,6 +42,26 @@ class NullIndicator {
   private:
     StorageBase<char, int, 65536> bits;
     __int64 columns;
+};
+
+// The marks of one row, for readers of all of its cells. Serialised as the indicator, which may be null.
+class NullRow {
+  public:
+    NullRow(NullIndicator* indicator, int physicalRow)
+        : nulls(indicator != nullptr && !indicator->IsUnused() ? indicator : nullptr),
+          row(physicalRow),
+          asWord(nulls == nullptr || nulls->FitsWord()),
+          bits(nulls != nullptr && asWord ? nulls->RowBits(row) : 0) {}
+
+    bool IsNull(int column) const {
+        return asWord ? ((bits >> column) & 1U) != 0 : nulls->IsNull(column, row);
+    }
+
+  private:
+    NullIndicator* const nulls;
+    const int row;
+    const bool asWord;
+    const std::uint64_t bits;
 };
 
 }  // namespace qxdbsqlengine

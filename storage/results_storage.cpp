@@ -479,6 +479,22 @@ void ResultsStorage<Interface, Set>::DeleteColumn(int, int rs, int col) {
 }
 
 template <class Interface, class Set>
+bool ResultsStorage<Interface, Set>::BeginReads() {
+    if (mapLock.HasWaiters() || !rowsLock.ReadLock(readLimitMs))
+        return false;
+    if (mapLock.Lock(readLimitMs))
+        return true;
+    rowsLock.ReadUnlock();
+    return false;
+}
+
+template <class Interface, class Set>
+void ResultsStorage<Interface, Set>::EndReads() {
+    mapLock.Unlock();
+    rowsLock.ReadUnlock();
+}
+
+template <class Interface, class Set>
 bool ResultsStorage<Interface, Set>::VisitRow(int index, int rs, int row, const int* columns, int count,
                                               const CellFormat& format, CellSink& sink) {
     const ReadAccess access(rowsLock, mapLock, readLimitMs);
@@ -486,12 +502,11 @@ bool ResultsStorage<Interface, Set>::VisitRow(int index, int rs, int row, const 
         return false;
     Set& set = GetResultSet(rs);
     const int physical = Translate(set, index, row);
-    NullIndicator* const nulls =
-        set.nullIndicator && !set.nullIndicator->IsUnused() ? set.nullIndicator.get() : nullptr;
+    const NullRow nulls(set.nullIndicator.get(), physical);
     for (int position = 0; position < count; ++position) {
         const int col = columns[position];
         Column& column = *set.columns.at(static_cast<std::size_t>(col));
-        if (nulls && nulls->IsNull(col, physical))
+        if (nulls.IsNull(col))
             sink.OnCell(position, true, NullText);
         else
             sink.OnCell(position, false, column.ViewString(physical, format, cellText));

@@ -79,6 +79,8 @@ class QXSENG2_API ResultsStorage : public Interface {
     void UnlockAll() override;
     void DeleteColumn(int index, int rs, int col) override;
     int GetRowTranslation(int index, int rs, int row) override;
+    bool BeginReads() override;
+    void EndReads() override;
     bool VisitRow(int index, int rs, int row, const int* columns, int count, const CellFormat& format,
                   CellSink& sink) override;
 

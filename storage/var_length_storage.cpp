@@ -12,13 +12,9 @@ VarLengthStorage::VarLengthStorage(PageAlloc& alloc, __int64 bigOffsetsFrom)
 
 VarLengthStorage::~VarLengthStorage() = default;
 
-VarLengthStorage::Place VarLengthStorage::Find(int i) {
+VarLengthStorage::Place VarLengthStorage::FindFar(int i) {
     if (i < 0)
         return {0, 0};
-    int count = 0;
-    const int* both = offsets.Span(i, count);
-    if (count > 1)  // nearly always: two neighbours of one page
-        return {both[0], std::max<__int64>(static_cast<__int64>(both[1]) - both[0], 0)};
     const __int64 from = Offset(i);
     const __int64 to = Offset(static_cast<__int64>(i) + 1);
     return {from, std::max<__int64>(to - from, 0)};
@@ -51,18 +47,6 @@ std::size_t VarLengthStorage::ReadPart(int i, __int64 offset, char* out, std::si
     const __int64 length = std::min(place.length - offset, static_cast<__int64>(count));
     bytes.Read(place.from + offset, out, length);
     return static_cast<std::size_t>(length);
-}
-
-bool VarLengthStorage::ViewInPlace(const Place& place, std::string_view& view) {
-    view = std::string_view();
-    if (place.length == 0)
-        return true;
-    __int64 count = 0;
-    const char* first = bytes.Span(place.from, count);
-    if (count < place.length)
-        return false;
-    view = std::string_view(first, static_cast<std::size_t>(place.length));
-    return true;
 }
 
 bool VarLengthStorage::ViewInPlace(int i, std::string_view& view, int j, std::string_view& other) {

@@ -98,8 +98,25 @@ class QXSENG2_API VarLengthStorage {
         return n < offsets.Size() ? offsets.GetItem(static_cast<int>(n))
                                   : bigOffsets.GetItem(n - offsets.Size());
     }
-    Place Find(int i);
-    bool ViewInPlace(const Place& place, std::string_view& view);
+    Place Find(int i) {
+        int count = 0;
+        const int* const both = offsets.Span(i, count);
+        if (count > 1 && both[1] >= both[0])  // nearly always: two neighbours of one page
+            return {both[0], static_cast<__int64>(both[1]) - both[0]};
+        return FindFar(i);
+    }
+    Place FindFar(int i);
+    bool ViewInPlace(const Place& place, std::string_view& view) {
+        view = std::string_view();
+        if (place.length == 0)
+            return true;
+        __int64 count = 0;
+        const char* const first = bytes.Span(place.from, count);
+        if (count < place.length)
+            return false;
+        view = std::string_view(first, static_cast<std::size_t>(place.length));
+        return true;
+    }
 
     PagedArray<int> offsets;  // positions below 2^31; begins with one 0
     BigPagedArray<__int64> bigOffsets;

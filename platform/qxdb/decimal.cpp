@@ -106,54 +106,83 @@ bool Scan(std::string_view text, DecimalText& scanned) {
     return any && ScanExponent(at, end, scanned.exponent) && at == end;
 }
 
-// Writes digits with `scale` of them behind the point (negative: so many zeros are missing at the end) and
-// `pad` zeros behind those.
-void AppendPlain(std::string& out, bool negative, const char* digits, int count, int scale, char point,
-                 bool trimZeros, int pad) {
-    if (trimZeros) {
-        pad = 0;
-        while (scale > 0 && count > 0 && digits[count - 1] == '0') {
-            --count;
-            --scale;
+// Digits in plain notation: with `scale` of them behind the point (negative: so many zeros are missing at the
+// end) and `pad` zeros behind those.
+class PlainText {
+  public:
+    PlainText(bool isNegative, std::string_view allDigits, int digitScale, bool trimZeros, int zeros)
+        : negative(isNegative),
+          digits(allDigits.data()),
+          count(static_cast<int>(allDigits.size())),
+          scale(digitScale) {
+        if (trimZeros) {
+            zeros = 0;
+            while (scale > 0 && count > 0 && digits[count - 1] == '0') {
+                --count;
+                --scale;
+            }
+            if (count == 0)
+                scale = 0;
         }
-        if (count == 0)
-            scale = 0;
+        whole = count - scale > 0 ? count - scale : 0;
+        fraction = (scale > 0 ? scale : 0) + zeros;
     }
-    const int whole = count - scale > 0 ? count - scale : 0;  // digits before the point
-    const int fraction = (scale > 0 ? scale : 0) + pad;
-    const int given = whole < count ? whole : count;  // those of `digits` among them
-    const std::size_t start = out.size();
-    out.resize(start + static_cast<std::size_t>((negative ? 1 : 0) + (whole ? whole : 1) +
-                                                (fraction ? 1 + fraction : 0)),
-               '0');
-    char* to = &out[start];
+
+    std::size_t Size() const {
+        return static_cast<std::size_t>((negative ? 1 : 0) + (whole ? whole : 1) +
+                                        (fraction ? 1 + fraction : 0));
+    }
+    // Onto Size() zeros.
+    void Put(char* to, char point) const {
+        const int given = whole < count ? whole : count;  // digits before the point
+        if (negative)
+            *to++ = '-';
+        std::memcpy(to, digits, static_cast<std::size_t>(given));
+        to += whole ? whole : 1;
+        if (fraction == 0)
+            return;
+        *to++ = point;
+        if (scale > count)  // 0.00ddd
+            to += scale - count;
+        std::memcpy(to, digits + given, static_cast<std::size_t>(count - given));
+    }
+    void AppendTo(std::string& out, char point) const {
+        const std::size_t start = out.size();
+        out.resize(start + Size(), '0');
+        Put(&out[start], point);
+    }
+
+  private:
+    bool negative;
+    const char* digits;
+    int count;
+    int scale;
+    int whole;     // places before the point
+    int fraction;  // places behind it
+};
+
+// d.dddE+dd; returns the end.
+char* PutWithExponent(char* to, bool negative, std::string_view digits, int exponent) {
     if (negative)
         *to++ = '-';
-    std::memcpy(to, digits, static_cast<std::size_t>(given));
-    to += whole ? whole : 1;
-    if (fraction == 0)
-        return;
-    *to++ = point;
-    if (scale > count)  // 0.00ddd
-        to += scale - count;
-    std::memcpy(to, digits + given, static_cast<std::size_t>(count - given));
-}
-
-// d.dddE+dd
-void AppendWithExponent(std::string& out, bool negative, std::string_view digits, int exponent) {
-    if (negative)
-        out += '-';
-    out += digits.front();
+    *to++ = digits.front();
     if (digits.size() > 1) {
-        out += '.';
-        out.append(digits.data() + 1, digits.size() - 1);
+        *to++ = '.';
+        to = std::copy(digits.begin() + 1, digits.end(), to);
     }
-    out += exponent < 0 ? "E-" : "E+";
+    *to++ = 'E';
+    *to++ = exponent < 0 ? '-' : '+';
     const int amount = exponent < 0 ? -exponent : exponent;
     if (amount < 10)
-        out += '0';
-    char buffer[16];
-    out.append(buffer, std::to_chars(buffer, buffer + sizeof(buffer), amount).ptr);
+        *to++ = '0';
+    return std::to_chars(to, to + 11, amount).ptr;
+}
+
+void AppendWithExponent(std::string& out, bool negative, std::string_view digits, int exponent) {
+    const std::size_t start = out.size();
+    out.resize(start + digits.size() + 16);
+    const char* const end = PutWithExponent(&out[start], negative, digits, exponent);
+    out.resize(static_cast<std::size_t>(end - out.data()));
 }
 
 // Whether a magnitude that was cut must go one up.
@@ -353,9 +382,29 @@ void Decimal::AppendTo(std::string& out, char decimalPoint, bool trimZeros, int 
         return;
     }
     const DigitText text(magnitude);
-    const std::string_view view = text.Get();
-    AppendPlain(out, negative, view.data(), static_cast<int>(view.size()), GetScale(), decimalPoint,
-                trimZeros, digits < 0 ? 0 : digits - GetScale());
+    PlainText(negative, text.Get(), GetScale(), trimZeros, digits < 0 ? 0 : digits - GetScale())
+        .AppendTo(out, decimalPoint);
+}
+
+std::string_view Decimal::View(std::string& buffer, char decimalPoint, bool trimZeros, int digits) const {
+    constexpr std::size_t usual = 64;
+    if (buffer.size() < usual)
+        buffer.resize(usual);
+    const bool isRounded = digits >= 0 && static_cast<unsigned int>(digits) < scale;
+    if (magnitude.IsSmall() && !isRounded && digits <= static_cast<int>(MaxScale)) {
+        const DigitText text(magnitude);
+        const PlainText plain(negative, text.Get(), GetScale(), trimZeros,
+                              digits < 0 ? 0 : digits - GetScale());
+        const std::size_t size = plain.Size();
+        if (size <= usual) {
+            std::memset(&buffer[0], '0', usual);
+            plain.Put(&buffer[0], decimalPoint);
+            return {buffer.data(), size};
+        }
+    }
+    buffer.clear();
+    AppendTo(buffer, decimalPoint, trimZeros, digits);
+    return buffer;
 }
 
 void Decimal::AppendScientificTo(std::string& out, bool trimZeros, int digits) const {
@@ -388,7 +437,7 @@ void Decimal::AppendScientificTo(std::string& out, bool trimZeros, int digits) c
     AppendWithExponent(out, negative, leading, exponent);
 }
 
-void Decimal::AppendDouble(double value, std::string& out) {
+std::size_t Decimal::PutDouble(double value, char (&to)[DoubleSize]) {
     if (!std::isfinite(value))
         ThrowNotFinite();
     char buffer[32];
@@ -406,18 +455,24 @@ void Decimal::AppendDouble(double value, std::string& out) {
     }
     while (IsDigit(*at))
         ++at;
-    const int count = static_cast<int>(at - digits);
+    const std::string_view all(digits, static_cast<std::size_t>(at - digits));
     const bool belowOne = at[1] == '-';
     int exponent = 0;
     std::from_chars(at + 2, end, exponent);
     if (belowOne)
         exponent = -exponent;
     const bool isZero = digits[0] == '0';
-    if (exponent >= kLowestPlain && exponent <= kHighestPlain) {
-        AppendPlain(out, minus && !isZero, digits, count, count - 1 - exponent, '.', false, 0);
-        return;
-    }
-    AppendWithExponent(out, minus, std::string_view(digits, static_cast<std::size_t>(count)), exponent);
+    if (exponent < kLowestPlain || exponent > kHighestPlain)
+        return static_cast<std::size_t>(PutWithExponent(to, minus, all, exponent) - to);
+    const PlainText plain(minus && !isZero, all, static_cast<int>(all.size()) - 1 - exponent, false, 0);
+    std::memset(to, '0', sizeof(to));
+    plain.Put(to, '.');
+    return plain.Size();
+}
+
+void Decimal::AppendDouble(double value, std::string& out) {
+    char text[DoubleSize];
+    out.append(text, PutDouble(value, text));
 }
 
 double Decimal::AsDouble() const {

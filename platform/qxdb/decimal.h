@@ -97,11 +97,16 @@ class QXSENG2_API Decimal {
     void SetFromBytes(bool isNegative, unsigned int newScale, const unsigned char* digits, std::size_t count);
     // AsString at the end of a text.
     void AppendTo(std::string& out, char decimalPoint, bool trimZeros, int digits) const;
+    // AsString as a view of the start of `buffer`, whose content is overwritten; it grows where it must.
+    std::string_view View(std::string& buffer, char decimalPoint, bool trimZeros, int digits) const;
     // AsStringSN at the end of a text.
     void AppendScientificTo(std::string& out, bool trimZeros, int digits) const;
     // Exactly Decimal(value).AsStringSN(true, -1), without the Decimal. Throws QXException, and leaves the
     // text as it was, for an infinity and for what is not a number.
     static void AppendDouble(double value, std::string& out);
+    // The same at the start of `to`; returns the length.
+    static constexpr std::size_t DoubleSize = 40;
+    static std::size_t PutDouble(double value, char (&to)[DoubleSize]);
 
   private:
     void SetSigned(__int64 value, unsigned int newScale);

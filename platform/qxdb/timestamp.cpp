@@ -215,6 +215,24 @@ class Reader {
     bool afternoon = false;
 };
 
+char* PutPair(char* to, int value) {
+    std::memcpy(to, kPairs.text + 2 * value, 2);
+    return to + 2;
+}
+
+// The first `width` digits; zeros beyond the ninth.
+char* PutFraction(char* to, int nanoseconds, int width) {
+    auto rest = static_cast<unsigned int>(nanoseconds < 0 ? 0 : nanoseconds % kNanosInSecond);
+    for (int i = kFractionDigits - 1; i >= 0; --i) {
+        if (i < width)
+            to[i] = static_cast<char>('0' + rest % 10);
+        rest /= 10;
+    }
+    for (int i = kFractionDigits; i < width; ++i)
+        to[i] = '0';
+    return to + width;
+}
+
 // Collects a text in a small block, so that the target grows once or twice and not with each character.
 class TextBlock {
   public:
@@ -250,12 +268,8 @@ class TextBlock {
         used += static_cast<std::size_t>(count);
     }
     void PutFraction(int nanoseconds, int width) {
-        auto rest = static_cast<unsigned int>(nanoseconds < 0 ? 0 : nanoseconds % kNanosInSecond);
         char digits[kFractionDigits];
-        for (int i = kFractionDigits - 1; i >= 0; --i) {
-            digits[i] = static_cast<char>('0' + rest % 10);
-            rest /= 10;
-        }
+        ::qxdb::PutFraction(digits, nanoseconds, kFractionDigits);
         for (int i = 0; i < width; ++i)
             Put(i < kFractionDigits ? digits[i] : '0');
     }
@@ -379,6 +393,65 @@ std::string Timestamp::AsString() const {
     std::string text;
     AppendTo(text);
     return text;
+}
+
+std::string_view Timestamp::View(std::string& buffer) const {
+    const TimestampFormat* how = format ? format : TimestampFormat::Default();
+    if (how->width != 0 && HasUsualFields()) {
+        if (buffer.size() < TimestampFormat::MostWidth)
+            buffer.resize(TimestampFormat::MostWidth);
+        PutUsual(*how, &buffer[0]);
+        return {buffer.data(), how->width};
+    }
+    buffer.clear();
+    AppendTo(buffer);
+    return buffer;
+}
+
+// Those whose text has the format's width.
+bool Timestamp::HasUsualFields() const {
+    const auto isPair = [](int value) { return static_cast<unsigned int>(value) <= 99; };
+    return static_cast<unsigned int>(year) <= 9999 && isPair(month) && isPair(day) && isPair(hour) &&
+           isPair(minute) && isPair(second);
+}
+
+// REQUIRES: HasUsualFields(), and room for the format's width.
+void Timestamp::PutUsual(const TimestampFormat& how, char* to) const {
+    for (const TimestampPart& part : how.parts) {
+        switch (part.token) {
+            case TimestampToken::Literal:
+                *to++ = part.literal;
+                break;
+            case TimestampToken::Year:
+                to = PutPair(PutPair(to, year / 100), year % 100);
+                break;
+            case TimestampToken::Month:
+                to = PutPair(to, month);
+                break;
+            case TimestampToken::Day:
+                to = PutPair(to, day);
+                break;
+            case TimestampToken::Hour24:
+                to = PutPair(to, hour);
+                break;
+            case TimestampToken::Hour12:
+                to = PutPair(to, hour % 12 == 0 ? 12 : hour % 12);
+                break;
+            case TimestampToken::Minute:
+                to = PutPair(to, minute);
+                break;
+            case TimestampToken::Second:
+                to = PutPair(to, second);
+                break;
+            case TimestampToken::Fraction:
+                to = PutFraction(to, fraction, part.digits);
+                break;
+            case TimestampToken::HalfOfDay:
+                *to++ = hour % 24 < 12 ? 'A' : 'P';
+                *to++ = 'M';
+                break;
+        }
+    }
 }
 
 void Timestamp::AppendTo(std::string& out) const {

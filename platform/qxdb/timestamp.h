@@ -69,6 +69,8 @@ class QXSENG2_API Timestamp {
     bool Parse(std::string_view text);
     // Appends what AsString gives.
     void AppendTo(std::string& out) const;
+    // AsString as a view of the start of `buffer`, whose content is overwritten; it grows where it must.
+    std::string_view View(std::string& buffer) const;
     // Reads "yyyy-MM-dd[ HH:mm[:ss[.f...]]]" as the default format does. The target's format stays.
     static bool ParseIso(std::string_view text, Timestamp& value);
     // The format's text, valid for the life of the process.
@@ -77,6 +79,8 @@ class QXSENG2_API Timestamp {
   private:
     bool ReadWith(const TimestampFormat* how, std::string_view text);
     bool HasValidFields() const;
+    bool HasUsualFields() const;
+    void PutUsual(const TimestampFormat& how, char* to) const;
 
     int year = 0;
     int month = 0;

@@ -53,6 +53,19 @@ TimestampPart PartAt(const std::string& text, std::size_t at, std::size_t& taken
     return {TimestampToken::Literal, text[at], 0, false, false};
 }
 
+std::size_t WidthOf(const TimestampPart& part) {
+    switch (part.token) {
+        case TimestampToken::Literal:
+            return 1;
+        case TimestampToken::Year:
+            return 4;
+        case TimestampToken::Fraction:
+            return part.digits;
+        default:
+            return 2;
+    }
+}
+
 std::unique_ptr<const TimestampFormat> Compile(const std::string& text) {
     auto format = std::make_unique<TimestampFormat>();
     format->text = text;
@@ -61,6 +74,10 @@ std::unique_ptr<const TimestampFormat> Compile(const std::string& text) {
         format->parts.push_back(PartAt(text, at, taken));
         at += taken;
     }
+    for (const TimestampPart& part : format->parts)
+        format->width += WidthOf(part);
+    if (format->width > TimestampFormat::MostWidth)
+        format->width = 0;
     bool dateFollows = false;
     bool digitsFollow = false;
     for (auto part = format->parts.rbegin(); part != format->parts.rend(); ++part) {

@@ -32,6 +32,10 @@ struct TimestampPart {
 struct TimestampFormat {
     std::string text;
     std::vector<TimestampPart> parts;
+    // Characters of a text whose year has four digits and whose other fields have two; 0 when that is too
+    // much or nothing.
+    std::size_t width = 0;
+    static constexpr std::size_t MostWidth = 64;
 
     // The format of a text, the same object for the same text. Any thread.
     static const TimestampFormat* Get(const std::string& text);

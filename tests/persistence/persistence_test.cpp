@@ -246,6 +246,33 @@ TEST_F(FrameworkTest, CancelKeepsTheRowsSoFarAndIsASuccess) {
     EXPECT_EQ(callback.progress.size(), 3u);
 }
 
+// Rows are written some at a time; a cancel stops within one all the same, wherever it comes.
+TEST_F(FrameworkTest, CancelBehindEveryRowOfAListKeepsJustThoseBefore) {
+    std::vector<Row> rows;
+    std::vector<int> list;
+    for (int row = 0; row < 70; ++row) {
+        rows.push_back({std::to_string(row)});
+        list.push_back(row % 7 == 3 ? -1 : row);  // some are skipped
+    }
+    AddTextResultSet(*store, {"A"}, rows);
+    for (std::size_t last = 1; last <= 60; ++last) {
+        cancel = false;
+        callback.progress.clear();
+        callback.onProgress = [&] { cancel = callback.progress.size() == last; };
+        std::string expected = "A\r\n";
+        std::size_t written = 0;
+        int done = 0;
+        for (std::size_t i = 0; written < last; ++i) {
+            written += list[i] >= 0 ? 1 : 0;
+            expected += list[i] >= 0 ? std::to_string(list[i]) + "\r\n" : "";
+            done = static_cast<int>(i) + 1;
+        }
+        EXPECT_EQ(WriteAll(ResultFileComma, [&list](Persistence& p) { p.SetRowList(list); }), expected);
+        ASSERT_EQ(callback.progress.size(), last);
+        EXPECT_EQ(callback.progress.back(), static_cast<float>(done / 70.0));
+    }
+}
+
 TEST_F(FrameworkTest, CancelStopsARowListToo) {
     AddTextResultSet(*store, {"A"}, {{"0"}, {"1"}});
     callback.onProgress = [this] { cancel = true; };

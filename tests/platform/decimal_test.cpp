@@ -150,6 +150,8 @@ TEST_P(DecimalRender, TrimsPadsAndRounds) {
         expected[point] = ',';
     EXPECT_EQ(appended, "x" + expected);
     EXPECT_EQ(value.AsString(',', c.trim, c.digits), expected);
+    for (std::string buffer : {std::string(), std::string(200, 'x')})
+        EXPECT_EQ(value.View(buffer, ',', c.trim, c.digits), expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -172,6 +172,28 @@ INSTANTIATE_TEST_SUITE_P(
         ReadCase{"10:20", "HH:mm dd.MM.yyyy", nullptr}, ReadCase{"x", "x", nullptr},
         ReadCase{"2006", "yyyy", "2006-00-00 00:00:00.000000000"}));
 
+// Fields that do not fit their usual width, one at a time.
+TEST(Timestamp, ViewsAreTheTextsOfAnyFields) {
+    const std::string longest(64, 'x');
+    for (const std::string& format :
+         {std::string("yyyy-MM-dd HH:mm:ss.fff"), std::string("hh:mm a dd.MM.yyyy"),
+          std::string("fffffffffffff"), longest, longest + "x"}) {
+        for (int field = 0; field < 7; ++field) {
+            for (int amount : {-1, 0, 7, 99, 100, 999, 9999, 10000, 123456789}) {
+                const auto value = [&](int which) { return which == field ? amount : 1; };
+                Timestamp time;
+                time.SetDate(value(0), static_cast<short>(value(1)), static_cast<short>(value(2)));
+                time.SetTime(static_cast<short>(value(3)), static_cast<short>(value(4)),
+                             static_cast<short>(value(5)));
+                time.SetFraction(value(6));
+                time.SetFormat(format);
+                std::string buffer;
+                EXPECT_EQ(time.View(buffer), time.AsString());
+            }
+        }
+    }
+}
+
 struct RenderCase {
     const char* format;
     const char* expected;
@@ -186,6 +208,8 @@ TEST_P(TimestampRender, WritesEachLetter) {
     std::string appended = "x";
     value.AppendTo(appended);
     EXPECT_EQ(appended, std::string("x") + GetParam().expected);
+    for (std::string buffer : {std::string(), std::string(200, 'x')})
+        EXPECT_EQ(value.View(buffer), GetParam().expected);
     std::ostringstream stream;
     stream << value;
     EXPECT_EQ(stream.str(), GetParam().expected);

@@ -411,6 +411,13 @@ TEST_F(AppendOnlyResultsStorageTest, ManyPagesComeBackFromTheCacheFile) {
     EXPECT_EQ(rows - 1, store.GetInt(view, 0, rows - 1, 0));
 }
 
+class GroupsOfThree : public std::numpunct<char> {
+  protected:
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+};
+
 class RecordingSink : public CellSink {
   public:
     void OnCell(int position, bool isNull, std::string_view text) override {
@@ -440,6 +447,58 @@ TEST_F(AppendOnlyResultsStorageTest, VisitRowGivesWhatAsStringGives) {
     EXPECT_TRUE(sink.cells.empty());
     const int bad[] = {0, 12};
     EXPECT_THROW(store.VisitRow(view, 0, 0, bad, 2, CellFormat::Classic(), sink), std::out_of_range);
+}
+
+// Columns have short cuts for their views: these are values that take them, and values that can't.
+TEST_F(AppendOnlyResultsStorageTest, VisitRowGivesWhatAsStringGivesForAnyValue) {
+    const std::vector<EnumDataType> types = {DataTypeShort,   DataTypeInt,     DataTypeLong,
+                                             DataTypeInt64,   DataTypeFloat,   DataTypeDouble,
+                                             DataTypeDecimal, DataTypeDecimal, DataTypeTimestamp};
+    std::vector<ColumnDefinition> definitions = Columns(types);
+    definitions[7].precision = 3;
+    store.AddResultSet(definitions, ResultSetNormal);
+    const double infinity = std::numeric_limits<double>::infinity();
+    const std::vector<double> doubles = {0,    -0.0, 1.5,      -2.5e-7,   1e300,     -5e-324,
+                                         1e16, 0.1,  infinity, -infinity, 12345.678, std::nan("")};
+    const std::vector<std::string> decimals = {"0",
+                                               "-0.00",
+                                               "1.2345",
+                                               "-1.2355",
+                                               "99999.9995",
+                                               "1e-40",
+                                               "7e60",
+                                               "12.30",
+                                               "-0.001",
+                                               "18446744073709551615",
+                                               "18446744073709551616",
+                                               "5"};
+    for (std::size_t i = 0; i < doubles.size(); ++i) {
+        const auto number =
+            static_cast<__int64>(std::clamp(doubles[i], -30000.0, 30000.0) * (i == 11 ? 0 : 1));
+        store.InsertShort(0, 0, static_cast<short>(i == 11 ? -32768 : number));
+        store.InsertInt(0, 1, i == 11 ? std::numeric_limits<int>::min() : static_cast<int>(number));
+        store.InsertLong(0, 2, i == 11 ? std::numeric_limits<long>::min() : static_cast<long>(number));
+        store.InsertInt64(0, 3, i == 11 ? std::numeric_limits<__int64>::min() : number);
+        store.InsertFloat(0, 4, static_cast<float>(doubles[i]));
+        store.InsertDouble(0, 5, doubles[i]);
+        store.InsertDecimal(0, 6, qxdb::Decimal(decimals[i]));
+        store.InsertDecimal(0, 7, qxdb::Decimal(decimals[i]));
+        qxdb::Timestamp time;
+        time.SetDate(i == 11 ? 12345 : 2024, static_cast<short>(i), 31);
+        time.SetFraction(static_cast<int>(i) * 90909090);
+        store.InsertTimestamp(0, 8, time);
+    }
+    const int columns[] = {0, 1, 2, 3, 4, 5, 6, 7, 8};
+    const CellFormat grouped(std::locale(std::locale::classic(), new GroupsOfThree));
+    for (const CellFormat* format : {&CellFormat::Classic(), &grouped}) {
+        for (int row = 0; row < static_cast<int>(doubles.size()); ++row) {
+            RecordingSink sink;
+            ASSERT_TRUE(store.VisitRow(view, 0, row, columns, 9, *format, sink));
+            for (int col = 0; col < 9; ++col)
+                EXPECT_EQ(std::to_string(col) + "=" + store.AsString(view, 0, row, col, format->GetLocale()),
+                          sink.cells[static_cast<std::size_t>(col)]);
+        }
+    }
 }
 
 }  // namespace

@@ -52,6 +52,19 @@ std::string ByStream(const std::locale& locale, __int64 value) {
     return stream.str();
 }
 
+TEST(CellFormatTest, ViewsAreTheTextsOfTheStream) {
+    const std::locale classic = std::locale::classic();
+    for (const std::locale& locale :
+         {classic, std::locale(classic, new Punctuation(',', '.', "\3")),
+          std::locale(classic, new Punctuation(',', '.', "")), std::locale(classic, new Brackets)}) {
+        const CellFormat format(locale);
+        for (__int64 value : {__int64{0}, __int64{-7}, __int64{1234567}, std::numeric_limits<__int64>::min(),
+                              std::numeric_limits<__int64>::max()})
+            for (std::string buffer : {std::string(), std::string(100, 'x')})
+                EXPECT_EQ(ByStream(locale, value), format.ViewInteger(value, buffer));
+    }
+}
+
 TEST(CellFormatTest, ClassicHasNoGroups) {
     const CellFormat& format = CellFormat::Classic();
     EXPECT_TRUE(format.IsClassic());

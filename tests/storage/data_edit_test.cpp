@@ -86,6 +86,8 @@ class NotingContainer : public EditableDataContainer {
     void DeleteRow(int index, int rs, int row) override { Note("DeleteRow", {index, rs, row}, ""); }
     int GetRowTranslation(int, int, int) override { return 0; }
     bool VisitRow(int, int, int, const int*, int, const CellFormat&, CellSink&) override { return false; }
+    bool BeginReads() override { return false; }
+    void EndReads() override {}
     void SetString(int index, int rs, int row, int col, const std::string& value) override {
         Note("SetString", {index, rs, row, col}, value);
     }

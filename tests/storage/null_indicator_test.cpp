@@ -55,6 +55,31 @@ TEST_F(NullIndicatorTest, SetAndClearLeaveTheNeighboursAlone) {
         EXPECT_EQ(bit != 15, nulls.TestBit(bit)) << bit;
 }
 
+TEST_F(NullIndicatorTest, RowsTellWhatTheirCellsTell) {
+    std::mt19937 random(11);
+    for (int columns : {1, 3, 8, 11, 56, 57, 58, 64, 65, 200}) {
+        NullIndicator nulls(alloc, columns);
+        EXPECT_FALSE(NullRow(&nulls, 0).IsNull(0));
+        const int rows = 3 * 65536 * 8 / columns;  // beyond the second page
+        const int border = 2 * 65536 * 8 / columns;
+        std::vector<int> looked = {0, 1, 2, rows - 2, rows - 1, rows};
+        for (int row = border - 20; row < border + 20; ++row)
+            looked.push_back(row);
+        for (int row : looked)
+            for (int column = 0; column < columns && row < rows; ++column)
+                if (random() % 2)
+                    nulls.SetNull(column, row);
+        nulls.SetNull(columns - 1, rows - 1);  // the last byte of all
+        for (int row : looked) {
+            const NullRow own(&nulls, row);
+            for (int column = 0; column < columns; ++column)
+                ASSERT_EQ(nulls.IsNull(column, row), own.IsNull(column))
+                    << columns << ' ' << row << ' ' << column;
+        }
+    }
+    EXPECT_FALSE(NullRow(nullptr, 5).IsNull(3));
+}
+
 TEST_F(NullIndicatorTest, DeletingTheLastOfTwoColumnsKeepsTheOthersNulls) {
     NullIndicator nulls(alloc, 2);
     nulls.SetNull(0, 3);

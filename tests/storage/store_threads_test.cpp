@@ -82,6 +82,7 @@ TEST(StoreThreadsTest, ReaderThatGetsNoLockGetsEmptyValues) {
         } sink;
         const int columns[] = {0};
         EXPECT_FALSE(store.VisitRow(view, 0, 0, columns, 1, CellFormat::Classic(), sink));
+        EXPECT_FALSE(store.BeginReads());
     });
     row.UnLock();
     Elsewhere([&] { EXPECT_EQ("text", store.GetString(view, 0, 0, 0)); });
@@ -97,6 +98,42 @@ TEST(StoreThreadsTest, WriterReadsUnderItsOwnLock) {
     EXPECT_EQ("a", store.GetString(0, 0, 0));
     store.Sort(0, {DataSort(0, true)}, nullptr, 0);
     store.UnlockAll();
+}
+
+// A span of reads keeps writers and other readers out, and nobody else's span begins while a reader waits.
+TEST(StoreThreadsTest, SpansOfReadsKeepOthersOutAndLetThemInBetween) {
+    DataStorage store = TextStore({"a", "b"});
+    ASSERT_TRUE(store.BeginReads());
+    ASSERT_TRUE(store.BeginReads());  // as often as wanted
+    EXPECT_EQ("b", store.GetString(0, 1, 0));
+    store.EndReads();
+    EXPECT_EQ("a", store.GetString(0, 0, 0));
+    std::atomic<int> done{0};
+    std::thread reader([&] {
+        EXPECT_EQ("a", store.GetString(0, 0, 0));
+        ++done;
+    });
+    // Once it sleeps, no further span begins. (Its wait has a limit of seconds.)
+    while (store.BeginReads()) {
+        store.EndReads();
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(0, done);
+    store.EndReads();
+    reader.join();
+    EXPECT_EQ(1, done);
+    ASSERT_TRUE(store.BeginReads());
+    std::thread writer([&] {
+        store.WriteLockAll();
+        ++done;
+        store.UnlockAll();
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(1, done);
+    EXPECT_EQ("b", store.GetString(0, 1, 0));  // also behind a writer that waits
+    store.EndReads();
+    writer.join();
+    EXPECT_EQ(2, done);
 }
 
 class LockAllTest : public testing::Test {
