@@ -1,11 +1,12 @@
 // Files that large objects come from.
 #pragma once
 
-#include <fstream>
+#include <memory>
 #include <optional>
 #include <string>
 
 #include "platform/int64.h"
+#include "platform/os/source_file.h"
 
 namespace qxdrivers::odbc {
 
@@ -19,7 +20,7 @@ class LobSource {
 
     const std::string& Name() const { return name; }
     // Nothing for what has no size, such as a pipe.
-    const std::optional<__int64>& Size() const { return size; }
+    std::optional<__int64> Size() const;
     // Up to `length` bytes; fewer only at the end.
     std::size_t Read(char* target, std::size_t length);
     // Compares the size with that of the start, for a file that somebody else has read.
@@ -27,8 +28,7 @@ class LobSource {
 
   private:
     const std::string name;
-    std::ifstream file;
-    std::optional<__int64> size;
+    std::unique_ptr<qxos::SourceFile> file;
     __int64 done = 0;
 };
 
