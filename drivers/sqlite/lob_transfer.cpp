@@ -84,16 +84,10 @@ class ValuePieces {
     ValuePieces(const ValuePieces&) = delete;
     ValuePieces& operator=(const ValuePieces&) = delete;
 
-    // False where SQLite has no such access. Throws Errors for other failures.
-    bool Open(const LobPlace& place, __int64 row, bool writes) {
-        const int code =
-            sqlite3_blob_open(database.Handle(), place.table.schema.c_str(), place.table.table.c_str(),
-                              place.column.c_str(), row, writes ? 1 : 0, &blob);
-        if (code == SQLITE_ERROR) {
-            return false;
-        }
-        Check(code);
-        return true;
+    // Throws Errors, also where SQLite has no such access.
+    void Open(const LobPlace& place, __int64 row, bool writes) {
+        Check(sqlite3_blob_open(database.Handle(), place.table.schema.c_str(), place.table.table.c_str(),
+                                place.column.c_str(), row, writes ? 1 : 0, &blob));
     }
     int GetSize() const { return sqlite3_blob_bytes(blob); }
     void Read(char* target, int count, int offset) { Check(sqlite3_blob_read(blob, target, count, offset)); }
@@ -178,24 +172,25 @@ void RequireFittingValue(const LobPlace& place, const FoundRow& row) {
     }
 }
 
+// Tables without row numbers and with computed columns have no pieces.
+bool HasPieces(const TableInfo& info) {
+    return !info.rowNumber.empty() && info.generated.empty();
+}
+
 void WriteValue(const LobPlace& place, Database& database, const std::list<std::string>* rowValues,
                 qxos::ReplacingFile& file) {
     OwnTransaction transaction(database, false);
     const TableInfo info = RequireTable(place, database);
     const FoundRow row = FindRow(place, database, info, rowValues);
     RequireFittingValue(place, row);
-    {
+    if (HasPieces(info) && (row.storage == "text" || row.storage == "blob")) {
         ValuePieces value(database);
-        if (row.storage == "null") {
-            // Nothing to write.
-        } else if (!info.rowNumber.empty() && (row.storage == "text" || row.storage == "blob") &&
-                   value.Open(place, row.number, false)) {
-            const std::string encoding = row.storage == "text" ? EncodingOf(database) : std::string();
-            Utf16Reader reader(encoding == "UTF-16be");
-            WritePieces(value, encoding.rfind("UTF-16", 0) == 0 ? &reader : nullptr, file);
-        } else {
-            WriteWhole(place, database, row, file);
-        }
+        value.Open(place, row.number, false);
+        const std::string encoding = row.storage == "text" ? EncodingOf(database) : std::string();
+        Utf16Reader reader(encoding == "UTF-16be");
+        WritePieces(value, encoding.rfind("UTF-16", 0) == 0 ? &reader : nullptr, file);
+    } else if (row.storage != "null") {
+        WriteWhole(place, database, row, file);
     }
     transaction.Commit();
 }
@@ -345,13 +340,11 @@ bool OnlyNullsFollow(const LobPlace& place, Database& database, const TableInfo&
 }
 
 bool CanTakePieces(const LobPlace& place, Database& database, const TableInfo& info, const FoundRow& row) {
-    return place.binary && !info.rowNumber.empty() && info.generated.empty() &&
-           OnlyNullsFollow(place, database, info, row) &&
+    return place.binary && HasPieces(info) && OnlyNullsFollow(place, database, info, row) &&
            !IsColumnWatched(database, place.table, place.column);
 }
 
-// False when SQLite does not let it be written in pieces; nothing of the source was read then.
-bool ReadPieces(const LobPlace& place, Database& database, const TableInfo& info, const FoundRow& row,
+void ReadPieces(const LobPlace& place, Database& database, const TableInfo& info, const FoundRow& row,
                 Source& source) {
     {
         Update update(place, database, info, row);
@@ -359,9 +352,7 @@ bool ReadPieces(const LobPlace& place, Database& database, const TableInfo& info
         update.Run(info, row);
     }
     ValuePieces value(database);
-    if (!value.Open(place, row.number, true)) {
-        return false;
-    }
+    value.Open(place, row.number, true);
     const int size = static_cast<int>(source.GetSize());
     std::vector<char> piece(pieceBytes);
     for (int offset = 0; offset < size; offset += pieceBytes) {
@@ -371,7 +362,6 @@ bool ReadPieces(const LobPlace& place, Database& database, const TableInfo& info
     }
     source.RequireEnd();
     value.Close();
-    return true;
 }
 
 void ReadWhole(const LobPlace& place, Database& database, const TableInfo& info, const FoundRow& row,
@@ -387,9 +377,9 @@ void ReadValue(const LobPlace& place, Database& database, const std::list<std::s
     OwnTransaction transaction(database, true);
     const TableInfo info = RequireTable(place, database);
     const FoundRow row = FindRow(place, database, info, rowValues);
-    const bool inPieces = source.GetSize() > pieceBytes && CanTakePieces(place, database, info, row) &&
-                          ReadPieces(place, database, info, row, source);
-    if (!inPieces) {
+    if (source.GetSize() > pieceBytes && CanTakePieces(place, database, info, row)) {
+        ReadPieces(place, database, info, row, source);
+    } else {
         ReadWhole(place, database, info, row, source);
     }
     transaction.Commit();

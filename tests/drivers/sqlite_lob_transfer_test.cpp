@@ -225,6 +225,20 @@ TEST_F(SQLiteLobTransfer, AnIndexOfTheColumnHasTheNewValue) {
     EXPECT_EQ(Value("PRAGMA integrity_check"), "ok");
 }
 
+TEST_F(SQLiteLobTransfer, AForeignKeySeesTheValue) {
+    RunAll(connection,
+           "PRAGMA foreign_keys = ON; CREATE TABLE kept(x BLOB UNIQUE);"
+           "CREATE TABLE docs(id INTEGER PRIMARY KEY, image BLOB REFERENCES kept(x));"
+           "INSERT INTO docs VALUES(1, NULL)");
+    const std::string content(2 * piece, 'x');
+    Lob lob = Take("SELECT * FROM docs", 1);
+    EXPECT_EQ(ImportFailure(lob, content).state, "23000");
+    RunAll(connection, "INSERT INTO kept VALUES(CAST(replace(hex(zeroblob(" + std::to_string(piece) +
+                           ")), '0', 'x') AS BLOB))");
+    Import(lob, content);
+    EXPECT_TRUE(Export(lob) == content);
+}
+
 TEST_F(SQLiteLobTransfer, AConstraintThatRefusesTheValueKeepsTheOldOne) {
     RunAll(connection,
            "CREATE TABLE docs(id INTEGER PRIMARY KEY, image BLOB CHECK(substr(image, 1, 1) = 'a'));"
@@ -369,6 +383,28 @@ TEST_F(SQLiteLobFailure, ADatabaseThatAnotherConnectionWrites) {
     ExpectValueUnchanged();
 }
 
+// Readers keep what is written from the file: at the end, and before it when it does not fit the cache.
+TEST_F(SQLiteLobFailure, ADatabaseThatAnotherConnectionReads) {
+    RunAll(connection, "INSERT INTO docs VALUES(3, NULL, NULL)");
+    qxdb::Connection other = Open(name);
+    qxdb::Connection impatient = Open(name, "timeout=0");
+    OpenResult reading(other, "SELECT id FROM docs");
+    ASSERT_TRUE(reading.Fetch());
+    for (const std::size_t size : {std::size_t{3}, 40 * piece}) {
+        PutFile(folder.File("source"), std::string(size, 'n'));
+        const Failure failure =
+            FailureOf([&] { lob.locator.Import(folder.File("source"), impatient, &lob.row); });
+        EXPECT_EQ(failure.text, "database is locked: \"" + name + "\" is in use by another connection")
+            << size;
+        ExpectValueUnchanged();
+        EXPECT_EQ(Export(lob, impatient), "old image");
+    }
+    while (reading.Fetch()) {
+    }
+    lob.locator.Import(folder.File("source"), impatient, &lob.row);
+    EXPECT_EQ(Export(lob).size(), 40 * piece);
+}
+
 TEST_F(SQLiteLobFailure, ALockThatComesFreeInTimeIsNone) {
     qxdb::Connection other = Open(name);
     RunAll(other, "BEGIN IMMEDIATE");
@@ -511,56 +547,6 @@ TEST_F(SQLiteLobFailure, AConnectionOfAnotherKindOfServer) {
     EXPECT_EQ(FailureOf([&] { lob.locator.Export(folder.File("target"), other, &lob.row); }).text, text);
     EXPECT_EQ(FailureOf([&] { lob.locator.Import(folder.File("source"), other, &lob.row); }).text, text);
     ExpectTargetUnchanged();
-}
-
-// --- Memory ---
-
-// What SQLite itself allocates at most while the action runs.
-template <class Action>
-__int64 MemoryOf(const Action& action) {
-    const sqlite3_int64 before = sqlite3_memory_used();
-    sqlite3_memory_highwater(1);
-    action();
-    return sqlite3_memory_highwater(0) - before;
-}
-
-class SQLiteLobMemory : public SQLiteLobTransfer {
-  protected:
-    static constexpr __int64 size = 256 * static_cast<__int64>(megabyte);
-    void MakeSource() {
-        PutFile(folder.File("large"), "");
-        ASSERT_EQ(::truncate(folder.File("large").c_str(), size), 0);
-    }
-    __int64 ImportMemory(Lob& lob) {
-        return MemoryOf([&] { lob.locator.Import(folder.File("large"), connection, &lob.row); });
-    }
-    __int64 ExportMemory(Lob& lob) {
-        return MemoryOf([&] { lob.locator.Export(folder.File("target"), connection, &lob.row); });
-    }
-};
-
-TEST_F(SQLiteLobMemory, LongValuesAreNeverWholeInMemory) {
-    MakeSource();
-    for (const char* const journal : {"delete", "wal"}) {
-        Make(layouts[0]);
-        RunAll(connection, std::string("PRAGMA journal_mode = ") + journal);
-        Lob lob = Take("SELECT id, image FROM docs", 1);
-        // Once in the place of nothing, and once in the place of itself.
-        for (int i = 0; i < 2; ++i) {
-            EXPECT_LT(ImportMemory(lob), static_cast<__int64>(8 * megabyte)) << journal;
-        }
-        EXPECT_LT(ExportMemory(lob), static_cast<__int64>(8 * megabyte)) << journal;
-        EXPECT_EQ(std::filesystem::file_size(folder.File("target")), static_cast<std::uintmax_t>(size));
-    }
-}
-
-TEST_F(SQLiteLobMemory, LongTextsAreInMemoryOnceAtMost) {
-    MakeSource();
-    Make(layouts[0]);
-    Lob lob = Take("SELECT id, body FROM docs", 1);
-    EXPECT_LT(ImportMemory(lob), size + static_cast<__int64>(8 * megabyte));
-    EXPECT_LT(ExportMemory(lob), static_cast<__int64>(8 * megabyte));
-    EXPECT_EQ(std::filesystem::file_size(folder.File("target")), static_cast<std::uintmax_t>(size));
 }
 
 }  // namespace
