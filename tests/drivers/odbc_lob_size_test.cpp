@@ -16,6 +16,7 @@ using qxtest::LocatorOf;
 using qxtest::memoryCounts;
 using qxtest::OpenLobs;
 using qxtest::OpenMariaDB;
+using qxtest::OpenWithPacket;
 using qxtest::Rows;
 using qxtest::RunAll;
 using qxtest::SameContent;
@@ -135,5 +136,117 @@ TEST_P(LargeLobs, GoInPieces) {
 
 INSTANTIATE_TEST_SUITE_P(Each, LargeLobs, testing::Values(true, false),
                          [](const auto& each) { return each.param ? "MariaDB" : "PostgreSQL"; });
+
+// --- Longer than a packet of MariaDB's ---
+
+// The server loads no files of its clients.
+class NoLocalFiles {
+  public:
+    NoLocalFiles() { RunAll(owner, "SET GLOBAL local_infile = 0"); }
+    ~NoLocalFiles() { RunAll(owner, "SET GLOBAL local_infile = 1"); }
+    NoLocalFiles(const NoLocalFiles&) = delete;
+    NoLocalFiles& operator=(const NoLocalFiles&) = delete;
+
+  private:
+    qxdb::Connection owner = OpenMariaDB();
+};
+
+constexpr std::size_t packet = 1024 * 1024;
+const std::string packetColumns = "n INT PRIMARY KEY, t LONGTEXT, b LONGBLOB";
+
+TEST(LobsLongerThanAPacket, GoThereAndBack) {
+    qxdb::Connection connection = OpenWithPacket(packet);
+    TestTable table(connection, "lob_packets", packetColumns);
+    RunAll(connection, "INSERT INTO lob_packets VALUES(1, '', ''), (2, 'other', 'other')");
+    for (const std::size_t size : {packet - 1, packet, packet + 1, 5 * packet + 7}) {
+        for (const unsigned int column : {1u, 2u}) {
+            CheckTransfer(connection, "lob_packets", column, size);
+        }
+    }
+    EXPECT_EQ(Rows(connection, "SELECT t FROM lob_packets WHERE n = 2"), Lines{"other"});
+    // Nothing of the driver's own is left.
+    EXPECT_EQ(FailureOf(connection, "SELECT * FROM qxodbc_lob").code, 1146);
+    EXPECT_EQ(Rows(connection, "SELECT @qxodbc_lob IS NULL AND @qxodbc_mode IS NULL"), Lines{"1"});
+}
+
+// Names of files are quoted as the server reads them, whatever its mode.
+TEST(LobsLongerThanAPacket, FilesOfAnyName) {
+    qxdb::Connection connection = OpenWithPacket(packet);
+    TestTable table(connection, "lob_packets", packetColumns);
+    RunAll(connection, "INSERT INTO lob_packets VALUES(1, '', '')");
+    qxdb::LobLocator locator =
+        LocatorOf(connection, "SELECT n, t, b FROM lob_packets WHERE n > 1", 2, "lob_packets");
+    Cells row{"1", "", ""};
+    for (const char* const mode : {"", "NO_BACKSLASH_ESCAPES", "PIPES_AS_CONCAT,ANSI_QUOTES"}) {
+        RunAll(connection, std::string("SET sql_mode = '") + mode + "'");
+        const TestFile source("it's \\n \"\xC3\xA4\" %s", std::string(packet + 1, 'n'));
+        RunAll(connection, "UPDATE lob_packets SET b = ''");
+        locator.Import(source.name, connection, &row);
+        EXPECT_EQ(Rows(connection, "SELECT OCTET_LENGTH(b) FROM lob_packets"),
+                  Lines{std::to_string(packet + 1)});
+        EXPECT_EQ(Rows(connection, "SELECT @@sql_mode"), Lines{mode});
+    }
+}
+
+TEST(LobsLongerThanAPacket, AreRefusedWithoutLocalFiles) {
+    qxdb::Connection connection = OpenWithPacket(packet);
+    TestTable table(connection, "lob_packets", packetColumns);
+    RunAll(connection, "INSERT INTO lob_packets VALUES(1, 'old', 'old')");
+    const NoLocalFiles none;
+    const TestFile fits("fits", std::string(packet, 'n'));
+    const TestFile tooLong("long", std::string(packet + 1, 'n'));
+    Cells row{"1", "", ""};
+    for (const unsigned int column : {1u, 2u}) {
+        qxdb::LobLocator locator =
+            LocatorOf(connection, "SELECT n, t, b FROM lob_packets WHERE n > 1", column, "lob_packets");
+        const qxtest::Failure failure = FailureOf([&] { locator.Import(tooLong.name, connection, &row); });
+        EXPECT_EQ(failure.text,
+                  "\"" + tooLong.name +
+                      "\" has 1048577 bytes, of which the server takes 1048576 at once "
+                      "(max_allowed_packet), and LOAD DATA LOCAL is not allowed (local_infile)");
+        EXPECT_EQ(failure.state, "54000");
+        EXPECT_EQ(Rows(connection, "SELECT COUNT(*) FROM lob_packets WHERE t = 'old' AND b = 'old'"),
+                  Lines{"1"});
+    }
+    LocatorOf(connection, "SELECT n, t, b FROM lob_packets WHERE n > 1", 1, "lob_packets")
+        .Import(fits.name, connection, &row);
+    EXPECT_EQ(Rows(connection, "SELECT OCTET_LENGTH(t) FROM lob_packets"), Lines{std::to_string(packet)});
+}
+
+// Who may only read has no temporary tables; a variable of the session does.
+TEST(LobsLongerThanAPacket, ExportsOfAReader) {
+    qxdb::Connection owner = OpenMariaDB();
+    TestTable table(owner, "lob_packets", packetColumns);
+    RunAll(owner,
+           "INSERT INTO lob_packets VALUES(1, REPEAT('\xC3\xA4x', 2000000), REPEAT('abc', 2000000)), "
+           "(2, NULL, '')");
+    RunAll(owner, "DROP USER IF EXISTS qx_lob_reader@localhost");
+    RunAll(owner, "CREATE USER qx_lob_reader@localhost IDENTIFIED BY 'reading'");
+    RunAll(owner, "GRANT SELECT ON qx.lob_packets TO qx_lob_reader@localhost");
+    {
+        qxdb::ConnectionDef definition(
+            qxdb::DBTYPE_UNSET,
+            qxtest::TestServers().Get("QX_MARIADB_DRIVER") + ";UID=qx_lob_reader;PWD=reading", "", "", "odbc",
+            "");
+        qxdb::Connection reader = definition.Connect();
+        const TestFile target("target");
+        for (const unsigned int column : {1u, 2u}) {
+            qxdb::LobLocator locator =
+                LocatorOf(reader, "SELECT n, t, b FROM lob_packets WHERE n > 5", column, "lob_packets");
+            Cells row{"1", "", ""};
+            locator.Export(target.name, reader, &row);
+            std::string expected;
+            for (int i = 0; i < 2000000; ++i) {
+                expected += column == 1 ? "\xC3\xA4x" : "abc";
+            }
+            EXPECT_TRUE(target.Content() == expected);
+            row = {"2", "", ""};
+            locator.Export(target.name, reader, &row);
+            EXPECT_EQ(target.Content(), "");
+        }
+        EXPECT_EQ(Rows(reader, "SELECT @qxodbc_lob IS NULL"), Lines{"1"});
+    }
+    RunAll(owner, "DROP USER qx_lob_reader@localhost");
+}
 
 }  // namespace

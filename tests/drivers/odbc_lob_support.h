@@ -60,6 +60,18 @@ inline qxdb::Connection OpenLobs(bool mariadb) {
     return mariadb ? OpenMariaDB() : OpenPostgres("", "unlimited=lob");
 }
 
+// A connection to MariaDB that takes packets of that many bytes: the server's limit is changed while it is
+// made.
+inline qxdb::Connection OpenWithPacket(std::size_t bytes) {
+    qxdb::Connection owner = OpenMariaDB();
+    const std::string before = Rows(owner, "SELECT @@GLOBAL.max_allowed_packet").at(0);
+    RunAll(owner, "SET GLOBAL max_allowed_packet = " + std::to_string(bytes));
+    qxdb::Connection limited = OpenMariaDB();
+    RunAll(owner, "SET GLOBAL max_allowed_packet = " + before);
+    EXPECT_EQ(Rows(limited, "SELECT @@max_allowed_packet"), std::vector<std::string>{std::to_string(bytes)});
+    return limited;
+}
+
 // The locator of a column of a query's result.
 inline qxdb::LobLocator LocatorOf(qxdb::Connection connection, const std::string& sql, unsigned int column,
                                   const std::string& table = "") {
