@@ -32,10 +32,10 @@ std::pair<unsigned int, std::string> ParseOption(const std::string& text) {
     return {static_cast<unsigned int>(id), text.substr(equals + 1)};
 }
 
-int ParseBytes(const std::string& text) {
-    const int bytes = ParseNumber(text, "--server-output");
+int ParseBytes(const std::string& text, const char* option) {
+    const int bytes = ParseNumber(text, option);
     if (bytes < 0)
-        throw std::invalid_argument("--server-output: \"" + text + "\" is no number of bytes");
+        throw std::invalid_argument(std::string(option) + ": \"" + text + "\" is no number of bytes");
     return bytes;
 }
 
@@ -108,6 +108,8 @@ struct RawTexts {
     std::string procedure;
     std::string function;
     std::string serverOutput;
+    std::string lobPreview;
+    std::vector<LobTransfer> lobTransfers;
     std::optional<std::string> timeout;
     std::vector<std::string> options;
     ParameterWords parameters;
@@ -186,6 +188,29 @@ void DeclareParameters(CLI::App& app, RawTexts& raw) {
         ->group(group);
 }
 
+void DeclareLobs(CLI::App& app, RawTexts& raw) {
+    const char* const group = "Large objects";
+    const auto declare = [&](const char* option, bool isImport, const char* what) {
+        app.add_option_function<std::string>(
+               option,
+               [&raw, isImport](const std::string& words) {
+                   // See WordsOf.
+                   const std::string::size_type part = words.find('\0');
+                   const std::string file = part == std::string::npos ? "" : words.substr(part + 1);
+                   raw.lobTransfers.push_back({isImport, words.substr(0, part), 0, "", file});
+               },
+               what)
+            ->type_name("ROW:COL FILE")
+            ->trigger_on_parse()
+            ->group(group);
+    };
+    declare("--lob-export", false, "write the large object in ROW and COL of the result to FILE");
+    declare("--lob-import", true, "write FILE into the large object in ROW and COL");
+    app.add_option("--lob-preview", raw.lobPreview, "show that many bytes of large objects (without it: all)")
+        ->type_name("BYTES")
+        ->group(group);
+}
+
 void DeclareScripts(CLI::App& app, CommandLine& line, RawTexts& raw) {
     const char* const group = "Scripts";
     app.add_option("--separator", line.separator, "what ends an item (without it: as usual for the server)")
@@ -254,6 +279,21 @@ void InterpretCall(const RawTexts& raw, CommandLine& line) {
     line.callName = raw.procedure.empty() ? raw.function : raw.procedure;
 }
 
+// "5:picture", "5:2".
+LobTransfer ParseTransfer(LobTransfer transfer) {
+    const std::string option = transfer.Option();
+    const std::string::size_type colon = transfer.place.find(':');
+    if (colon == std::string::npos || colon + 1 == transfer.place.size())
+        throw std::invalid_argument(option + ": \"" + transfer.place + "\" is no ROW:COL, such as 0:picture");
+    transfer.row = ParseNumber(transfer.place.substr(0, colon), option.c_str());
+    transfer.column = transfer.place.substr(colon + 1);
+    if (transfer.row < 0)
+        throw std::invalid_argument(option + ": \"" + transfer.place + "\": rows are numbered from 0");
+    if (transfer.file.empty())
+        throw std::invalid_argument(option + " " + transfer.place + ": the name of the file is missing");
+    return transfer;
+}
+
 void Interpret(const RawTexts& raw, bool hasSql, CommandLine& line) {
     if (hasSql)
         line.sql = raw.sql;
@@ -279,7 +319,11 @@ void Interpret(const RawTexts& raw, bool hasSql, CommandLine& line) {
     for (const std::string& option : raw.options)
         line.options.push_back(ParseOption(option));
     if (!raw.serverOutput.empty())
-        line.serverOutput = ParseBytes(raw.serverOutput);
+        line.serverOutput = ParseBytes(raw.serverOutput, "--server-output");
+    if (!raw.lobPreview.empty())
+        line.lobPreview = ParseBytes(raw.lobPreview, "--lob-preview");
+    for (const LobTransfer& transfer : raw.lobTransfers)
+        line.lobTransfers.push_back(ParseTransfer(transfer));
     InterpretCall(raw, line);
 }
 
@@ -319,6 +363,7 @@ void RefuseEmptyNames(const CLI::App& app) {
 
 // The words behind the program's name, last first as CLI11 takes them. --server-output gets its value by "=":
 // a number behind it belongs to it, and what else follows does not, or the CONNECTION would be taken for it.
+// The two words of a transfer become one, for the same reason.
 std::vector<std::string> WordsOf(int argc, const char* const* argv) {
     std::vector<std::string> words;
     for (int i = 1; i < argc; ++i) {
@@ -328,6 +373,9 @@ std::vector<std::string> WordsOf(int argc, const char* const* argv) {
             const bool isNumber = !next.empty() && next.find_first_not_of("0123456789") == std::string::npos;
             word += "=" + (isNumber ? next : "0");
             i += isNumber ? 1 : 0;
+        } else if ((word == "--lob-export" || word == "--lob-import") && i + 2 < argc) {
+            word = word + '=' + argv[i + 1] + '\0' + argv[i + 2];
+            i += 2;
         }
         words.push_back(std::move(word));
     }
@@ -347,6 +395,7 @@ std::optional<CommandLine> ParseCommandLine(int argc, const char* const* argv, i
     DeclareParameters(app, raw);
     DeclareScripts(app, line, raw);
     DeclareOutput(app, line, raw);
+    DeclareLobs(app, raw);
     try {
         app.parse(WordsOf(argc, argv));
         RefuseEmptyNames(app);

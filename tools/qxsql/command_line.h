@@ -31,6 +31,17 @@ struct SortTerm {
     bool ascending = true;
 };
 
+// A large object of the result to a file, or from one.
+struct LobTransfer {
+    bool isImport = false;
+    std::string place;   // ROW:COL as it was given
+    int row = 0;         // as sorted, from 0
+    std::string column;  // a label, or a number from 0
+    std::string file;
+
+    std::string Option() const { return isImport ? "--lob-import" : "--lob-export"; }
+};
+
 // What is called by its name instead of SQL.
 enum class CallKind { None, Procedure, Function };
 
@@ -72,6 +83,9 @@ struct CommandLine {
     std::string readFile;
     std::string readFormat;  // empty: by the file's extension
 
+    std::vector<LobTransfer> lobTransfers;
+    std::optional<int> lobPreview;  // bytes that are shown of large objects; without it: all
+
     std::vector<SortTerm> sort;
     int maxRows = 0;
     int maxErrors = 0;
@@ -84,6 +98,8 @@ struct CommandLine {
     bool timing = false;
     bool quiet = false;
 
+    // Large objects stay on the server, but for their beginnings.
+    bool UsesLobLocators() const { return lobPreview || !lobTransfers.empty(); }
     bool IsCall() const { return call != CallKind::None; }
     // What comes by -f or from standard input is split into its statements, unless parameters make it one
     // statement.

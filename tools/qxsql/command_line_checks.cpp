@@ -71,6 +71,19 @@ void CheckFormatNames(const CommandLine& line) {
                                     InputFormatNames());
 }
 
+void CheckLobs(const CommandLine& line) {
+    const std::string option =
+        line.lobTransfers.empty() ? "--lob-preview" : line.lobTransfers.front().Option();
+    if (line.IsCall() || line.explain || !line.readFile.empty())
+        throw std::invalid_argument(option + " goes with the result of SQL");
+    if (line.asStrings)
+        throw std::invalid_argument(option + " does not go with --as-strings: texts are no large objects");
+    if (!line.lobTransfers.empty() && (!line.outputFile.empty() || !line.format.empty() || line.aligned))
+        throw std::invalid_argument(option +
+                                    " shows and exports no results; it goes with no -o, --format and "
+                                    "--aligned");
+}
+
 void CheckFormats(const CommandLine& line) {
     if (!line.readFormat.empty() && line.readFile.empty())
         throw std::invalid_argument("--read-format goes with --read FILE");
@@ -105,6 +118,8 @@ void Check(const CommandLine& line) {
     if (!line.separator.empty() && !line.IsScript())
         throw std::invalid_argument("--separator goes with a script (-f or standard input, without --param)");
     CheckFormats(line);
+    if (line.UsesLobLocators())
+        CheckLobs(line);
 }
 
 }  // namespace qxsql

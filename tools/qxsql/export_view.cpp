@@ -312,6 +312,14 @@ bool ExportView::VisitRow(int index, int rs, int row, const int* columns, int co
     return view.store.VisitRow(set.number, place, numbers.data(), count, format, former);
 }
 
+bool ExportView::BeginReads() {
+    return source.BeginReads();
+}
+
+void ExportView::EndReads() {
+    source.EndReads();
+}
+
 RowLock ExportView::GetRowLock(int rs) {
     return source.GetRowLock(Number(rs));
 }

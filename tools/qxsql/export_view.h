@@ -117,8 +117,8 @@ class ExportView final : public qxdbsqlengine::DataContainer {
     int GetRowTranslation(int index, int rs, int row) override;
     bool VisitRow(int index, int rs, int row, const int* columns, int count,
                   const qxdbsqlengine::CellFormat& format, qxdbsqlengine::CellSink& sink) override;
-    bool BeginReads() { return false; }
-    void EndReads() {}
+    bool BeginReads() override;
+    void EndReads() override;
 
   private:
     // One result set: the numbers of its columns in the store, and what is done to their values.

@@ -5,12 +5,14 @@
 #include <iterator>
 #include <memory>
 #include <stdexcept>
+#include <thread>
 
 #include "engine/director.h"
 #include "request/sql_request.h"
 #include "tools/qxsql/call_parameters.h"
 #include "tools/qxsql/file_failure.h"
 #include "tools/qxsql/interrupt.h"
+#include "tools/qxsql/lob_transfers.h"
 #include "tools/qxsql/messages.h"
 #include "tools/qxsql/password.h"
 #include "tools/qxsql/presenter.h"
@@ -78,9 +80,9 @@ class Run {
         presenter.SetServerType(connection.ServerType());
         director.SetDoExplainPlan(line.explain);
         director.SetBindAsStrings(line.asStrings);
-        director.SetUseLobLocators(false);
+        director.SetUseLobLocators(line.UsesLobLocators());
         director.SetLobStreamSize(WholeLob);
-        director.SetLobPreviewSize(MostOfLobOutput);
+        director.SetLobPreviewSize(line.lobPreview.value_or(MostOfLobOutput));
         request.SetMaxRowCount(line.maxRows);
         request.SetMaxErrorCount(line.maxErrors);
         // By its separator alone the generic parser tells Oracle from DB2: with the user's own it can't.
@@ -131,7 +133,15 @@ class Run {
             case RunLoop::Complete:
                 break;
         }
-        return Interrupted() ? ExitInterrupted : presenter.ExitCode();
+        if (Interrupted())
+            return ExitInterrupted;
+        if (line.lobTransfers.empty() || presenter.ExitCode() != ExitDone)
+            return presenter.ExitCode();
+        // The connection is free when the engine has left it.
+        while (director.IsExecuting())
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return RunLobTransfers(line, connection, connectionHandle, director.GetDataStorage(),
+                               presenter.FirstShown());
     }
 
   private:

@@ -20,7 +20,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 bool IsOnScreen(const CommandLine& line) {
-    return line.outputFile.empty() &&
+    return line.outputFile.empty() && line.lobTransfers.empty() &&
            (line.aligned || (line.format.empty() && !line.delimiter && IsTerminal(STDOUT_FILENO)));
 }
 
@@ -135,6 +135,8 @@ void Presenter::ResultEnds(int resultSet) {
     if (line.maxRows > 0 && count >= line.maxRows && !line.quiet)
         std::cerr << "Stopped at " << GroupedNumber(count) << " rows (--max-rows)\n";
     SortResult(*store, resultSet, line.sort);
+    if (!line.lobTransfers.empty())
+        return;
     NameTable(line, *store, resultSet);
     if (onScreen)
         ShowTable(resultSet, count);

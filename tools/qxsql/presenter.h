@@ -39,6 +39,9 @@ class Presenter {
     // After the run: what it has left open, the export, the summary of a script, the timing if asked for.
     void Finish();
 
+    // The first of the result sets that the user wants, -1 without one.
+    int FirstShown() const { return shown.empty() ? -1 : shown.front(); }
+
     // ExitDone, or the worst thing that happened.
     int ExitCode() const { return exitCode; }
     void SetExitCode(int code) { exitCode = code; }

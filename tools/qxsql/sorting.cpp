@@ -6,21 +6,28 @@
 
 namespace qxsql {
 
+int FindColumn(qxdbsqlengine::DataStorage& store, int resultSet, const std::string& name) {
+    // A label goes before a number, so a column that is labelled "2" can be named.
+    const int labelled = store.FindColumnLabel(resultSet, name);
+    if (labelled >= 0)
+        return labelled;
+    int column = -1;
+    const char* const end = name.data() + name.size();
+    const std::from_chars_result parsed = std::from_chars(name.data(), end, column);
+    const bool isNumber = parsed.ec == std::errc() && parsed.ptr == end;
+    return isNumber && column >= 0 && column < store.GetNumberOfColumns(resultSet) ? column : -1;
+}
+
 std::vector<qxdbsqlengine::DataSort> ResolveSort(qxdbsqlengine::DataStorage& store, int resultSet,
                                                  const std::vector<SortTerm>& terms) {
     const int count = store.GetNumberOfColumns(resultSet);
     std::vector<qxdbsqlengine::DataSort> keys;
     for (const SortTerm& term : terms) {
-        // A label goes before a number, so a column that is labelled "2" can be named.
-        int column = store.FindColumnLabel(resultSet, term.column);
+        const int column = FindColumn(store, resultSet, term.column);
         if (column < 0) {
-            const char* const end = term.column.data() + term.column.size();
-            const std::from_chars_result parsed = std::from_chars(term.column.data(), end, column);
-            if (parsed.ec != std::errc() || parsed.ptr != end || column < 0 || column >= count) {
-                throw std::invalid_argument("--sort: there is no column \"" + term.column + "\" in result " +
-                                            std::to_string(resultSet) + " (" + std::to_string(count) +
-                                            " columns)");
-            }
+            throw std::invalid_argument("--sort: there is no column \"" + term.column + "\" in result " +
+                                        std::to_string(resultSet) + " (" + std::to_string(count) +
+                                        " columns)");
         }
         qxdbsqlengine::DataSort key;
         key.column = column;

@@ -8,11 +8,18 @@ namespace qxsql {
 
 namespace {
 
+// For transfers and previews, columns of texts and bytes without a limit are large objects, too.
+std::string OptionsOf(const CommandLine& line) {
+    std::string options = line.create ? "create" : "";
+    if (line.UsesLobLocators())
+        options += options.empty() ? "unlimited=lob" : " unlimited=lob";
+    return options;
+}
+
 qxdb::ConnectionDef DefinitionOf(const CommandLine& line, const std::string& password) {
     const ConnectionText text = ParseConnectionText(line.connection);
     return qxdb::ConnectionDef(line.family == nullptr ? qxdb::DBTYPE_UNSET : line.family->server,
-                               text.dataSource, line.user, password, text.driver,
-                               line.create ? "create" : "");
+                               text.dataSource, line.user, password, text.driver, OptionsOf(line));
 }
 
 }  // namespace

@@ -1,0 +1,75 @@
+// Large objects of MariaDB and PostgreSQL to files and back, with the qxsql binary.
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tools/run_tool.h"
+#include "tools/servers_fixture.h"
+
+namespace qxtest {
+namespace {
+
+class QxsqlServersLob : public QxsqlServers {
+  protected:
+    void MakeTable(const NamedServer& server) {
+        const bool isMariaDB = server.words == OnMariaDB;
+        Run(server.words({"--quiet", "-f",
+                          Script(std::string("DROP TABLE IF EXISTS qxsql_docs;\n"
+                                             "CREATE TABLE qxsql_docs (id INT PRIMARY KEY, t ") +
+                                 (isMariaDB ? "LONGTEXT, b LONGBLOB" : "TEXT, b BYTEA") +
+                                 ");\nINSERT INTO qxsql_docs VALUES (1, 'first', " +
+                                 (isMariaDB ? "x'00FF01'" : "'\\x00FF01'") + "), (2, 'second', NULL);\n")}));
+    }
+    std::string File(const std::string& name) const { return directory.File(name); }
+};
+
+TEST_F(QxsqlServersLob, ToFilesAndBack) {
+    std::string bytes;
+    for (int i = 0; i < 3000000; ++i)
+        bytes += static_cast<char>(i * 31 + i / 256);
+    WriteFile(File("in.bin"), bytes);
+    for (const NamedServer& server : allServers) {
+        MakeTable(server);
+        const std::string all = "SELECT * FROM qxsql_docs ORDER BY id";
+        const ToolResult out =
+            Qxsql(server.words({all, "--lob-export", "0:b", File("b"), "--lob-export", "0:t", File("t")}));
+        EXPECT_EQ(0, out.exitCode) << server.name << out.err;
+        EXPECT_EQ("Exported 3 bytes to " + File("b") + "\nExported 5 bytes to " + File("t") + "\n", out.err);
+        EXPECT_EQ(std::string("\x00\xFF\x01", 3), ReadFile(File("b"))) << server.name;
+        EXPECT_EQ("first", ReadFile(File("t"))) << server.name;
+
+        EXPECT_EQ(
+            "",
+            Run(server.words({all, "--sort", "id:desc", "--lob-import", "1:b", File("in.bin"), "--quiet"})));
+        EXPECT_EQ("", Run(server.words({all, "--lob-export", "0:b", File("back"), "--quiet"})));
+        EXPECT_TRUE(bytes == ReadFile(File("back"))) << server.name;
+        EXPECT_EQ("n\r\n3000000\r\n",
+                  Run(server.words({"SELECT LENGTH(b) AS n FROM qxsql_docs WHERE id = 1"})))
+            << server.name;
+    }
+}
+
+TEST_F(QxsqlServersLob, PreviewsAndRefusals) {
+    for (const NamedServer& server : allServers) {
+        MakeTable(server);
+        EXPECT_EQ("id\tt\tb\r\n1\tfi\t00FF\r\n2\tse\t\r\n",
+                  Run(server.words({"SELECT * FROM qxsql_docs ORDER BY id", "--lob-preview", "2"})))
+            << server.name;
+        const std::string all = "SELECT id, b FROM qxsql_docs ORDER BY id";
+        EXPECT_EQ(2, Qxsql(server.words({all, "--lob-export", "1:b", File("never")})).exitCode)
+            << server.name;
+        EXPECT_EQ(2, Qxsql(server.words({all, "--lob-export", "0:id", File("never")})).exitCode)
+            << server.name;
+        EXPECT_EQ(4, Qxsql(server.words({all, "--lob-export", "0:b", "/dev/full"})).exitCode) << server.name;
+        EXPECT_EQ(4, Qxsql(server.words({all, "--lob-import", "0:b", File("missing")})).exitCode)
+            << server.name;
+        EXPECT_EQ(
+            1, Qxsql(server.words({"SELECT b FROM qxsql_docs ORDER BY id", "--lob-import", "0:b", SHOP_SQL}))
+                   .exitCode)
+            << server.name;
+    }
+}
+
+}  // namespace
+}  // namespace qxtest
