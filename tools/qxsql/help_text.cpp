@@ -44,6 +44,10 @@ Formats, for -o by the extension, for standard output and other files by --forma
 Several results are one document in html, excel, excelxml and xml. --columns, --rows, --sort and
 --result choose from all of them.
 
+Large objects: --lob-export 3:picture FILE writes the one in row 3 (from 0, as sorted) and column
+picture of the SELECT to FILE, --lob-import 3:picture FILE makes FILE its value. The result is not
+shown. Select the primary key along: by it the row is found again.
+
 Exit codes:
   0    done
   1    the server reported an error, or an item of the script failed
@@ -63,6 +67,7 @@ Examples:
   qxsql sqlite:shop.db --format insert --dialect oracle --table crm.customer "SELECT * FROM customer"
   qxsql odbc:shop --user me --procedure raise_prices --param percent=5 --param-out changed
   qxsql odbc:shop --user me --explain "SELECT * FROM customer"
+  qxsql sqlite:shop.db --lob-export 0:picture cup.jpg "SELECT sku, picture FROM product"
   qxsql --split -f install.sql --dialect oracle
   qxsql --read out.csv --sort 0 -o out.xml
 )";
