@@ -107,7 +107,7 @@ std::vector<std::pair<std::string, FindingColumn>> ColumnsOf(const ResultSet& re
         const ResultColumn& column = result.Columns()[i];
         const bool isOther =
             tableIsBase && BaseTableOf(result, static_cast<SQLUSMALLINT>(i + 1)).table != table.table;
-        if (!isOther && CanFind(column.type)) {
+        if (!isOther && CanFind(column.type, column.record->dateTimeFormat)) {
             const std::string name = BaseColumnOf(result, i);
             columns.emplace_back(
                 name, FindingColumn{i, QuoteName(name, result.Core().Traits()), column.native, column.type,

@@ -68,29 +68,133 @@ std::string LiteralOf(const ParameterValue& value, const FindingColumn& column, 
     return std::holds_alternative<qxdb::DynBuffer>(value) ? "decode(" + literal + ", 'hex')" : literal;
 }
 
-// Numbers stand in the text, since a server that compares a number with a text may do it by doubles.
-void AddComparison(const FindingColumn& column, const std::string& text, const ServerTraits& traits,
-                   Condition& condition) {
-    condition.sql += condition.sql.empty() ? " WHERE " : " AND ";
-    condition.sql += column.name;
-    if (text == nullText) {
-        condition.sql += " IS NULL";
-        condition.hasNull = true;
-        return;
+std::string WithoutTrailingBlanks(const std::string& text) {
+    return text.substr(0, text.find_last_not_of(' ') + 1);
+}
+
+bool IsZoned(const FindingColumn& column) {
+    return column.type.part == TimePart::DateTime &&
+           (column.native.typeName == "timestamptz" || column.native.typeName == "TIMESTAMP" ||
+            column.native.typeName == "timestamp with time zone");
+}
+
+// Builds the comparisons of one condition.
+class Comparisons {
+  public:
+    Comparisons(const LobPlace& owner, const ServerTraits& server, Condition& target)
+        : place(owner), traits(server), condition(target) {}
+
+    void Add(const FindingColumn& column, const std::string& text) {
+        condition.sql += condition.sql.empty() ? " WHERE " : " AND ";
+        const bool isNull = text == nullText;
+        condition.hasNull = condition.hasNull || isNull;
+        if (isNull && column.type.kind == ValueKind::Text) {
+            // A text may read like that too.
+            condition.sql += "(" + column.name + " IS NULL OR (";
+            AddEqual(column, text);
+            condition.sql += "))";
+        } else if (isNull) {
+            condition.sql += column.name + " IS NULL";
+        } else {
+            AddEqual(column, text);
+        }
     }
-    const ParameterValue value = ReadCell(column, text);
-    const bool isPostgres = traits.family == Family::PostgreSQL;
-    if (IsNumber(column.type) && !(isPostgres && column.type.kind == ValueKind::Bit)) {
-        condition.sql += " = " + TextOf(value);
-    } else if (isPostgres) {
-        // Its cursors take no parameters.
-        condition.sql += " = " + LiteralOf(value, column, traits);
-    } else {
-        condition.sql += " = ?";
-        condition.descriptions.push_back(
-            DescriptionOf(std::string(), DataType::DirectionIn, column.native, traits));
+
+  private:
+    bool OnPostgres() const { return traits.family == Family::PostgreSQL; }
+
+    // Numbers stand in the text, since a server that compares a number with a text may do it by doubles.
+    void AddEqual(const FindingColumn& column, const std::string& text) {
+        const ParameterValue value = ReadCell(column, text);
+        if (IsNumber(column.type) && !(OnPostgres() && column.type.kind == ValueKind::Bit)) {
+            condition.sql += column.name + " = " + TextOf(value);
+        } else if (column.type.kind == ValueKind::Text) {
+            AddEqualText(column, text);
+        } else if (IsZoned(column) && OnPostgres()) {
+            // By the clock of the session, which shows one time twice when it is set back: as it stands there
+            // a text would be the one or the other.
+            condition.sql += "CAST(" + column.name + " AS timestamp) = " + LiteralOf(value, column, traits);
+        } else if (OnPostgres()) {
+            // Its cursors take no parameters.
+            condition.sql += column.name + " = " + LiteralOf(value, column, traits);
+        } else if (IsZoned(column) && traits.family == Family::MySQL) {
+            condition.sql += "CONCAT(" + column.name + ", '') = ";
+            AddText(TimeText(std::get<qxdb::Timestamp>(value), column.type.part));
+        } else {
+            condition.sql += column.name + " = ";
+            AddParameter(value, DescriptionOf(std::string(), DataType::DirectionIn, column.native, traits));
+        }
+    }
+
+    // As the key compares, which finds the row fast, and letter for letter, since a key that does not tell
+    // "a" from "A" may have got the one where the other was. Blanks at the end are left to the key.
+    void AddEqualText(const FindingColumn& column, const std::string& text) {
+        const std::string exact = WithoutTrailingBlanks(text);
+        if (OnPostgres()) {
+            if (place.hasKey) {
+                condition.sql += column.name + " = " + QuoteLiteral(text, traits) + " AND ";
+            }
+            // Not all types can be compared, and some are equal when they are of one size.
+            condition.sql += "rtrim(format('%s', " + column.name + "), ' ') = " + QuoteLiteral(exact, traits);
+            return;
+        }
+        condition.sql += column.name + " = ";
+        AddParameter(text, DescriptionOf(std::string(), DataType::DirectionIn, column.native, traits));
+        if (traits.family == Family::MySQL && IsCharacters(column.native)) {
+            condition.sql += " AND CONVERT(TRIM(TRAILING ' ' FROM CONVERT(" + column.name +
+                             " USING utf8mb4)) USING binary) = ";
+            AddBytes(exact);
+        }
+    }
+
+    static bool IsCharacters(const NativeType& native) {
+        switch (native.sqlType) {
+            case SQL_CHAR:
+            case SQL_VARCHAR:
+            case SQL_LONGVARCHAR:
+            case SQL_WCHAR:
+            case SQL_WVARCHAR:
+            case SQL_WLONGVARCHAR:
+                return true;
+            default:
+                return false;
+        }
+    }
+
+    void AddBytes(const std::string& bytes) {
+        ParameterDescription description;
+        description.type.kind = ValueKind::Binary;
+        description.type.bindType = qxdb::Column::BindBinary;
+        AddParameter(ValueFromBytes(bytes), description);
+    }
+    void AddText(const std::string& text) { AddParameter(text, ParameterDescription()); }
+    void AddParameter(const ParameterValue& value, const ParameterDescription& description) {
+        condition.sql += "?";
+        condition.descriptions.push_back(description);
         condition.values.push_back(value);
     }
+
+    const LobPlace& place;
+    const ServerTraits& traits;
+    Condition& condition;
+};
+
+// Writes and reads a time that has something in every place.
+bool KeepsWholeTime(const ValueType& type, const std::string& format) {
+    constexpr int nanoseconds[] = {0,         100000000, 120000000, 123000000, 123400000,
+                                   123450000, 123456000, 123456700, 123456780, 123456789};
+    qxdb::Timestamp time;
+    if (type.part != TimePart::TimeOfDay) {
+        time.SetDate(1711, 12, 13);
+    }
+    if (type.part != TimePart::Date) {
+        time.SetTime(14, 15, 16);
+        time.SetFraction(nanoseconds[type.scale]);
+    }
+    time.SetFormat(format);
+    qxdb::Timestamp read;
+    read.SetFormat(format);
+    return read.Parse(time.AsString()) && TimeText(read, type.part) == TimeText(time, type.part);
 }
 
 }  // namespace
@@ -98,20 +202,27 @@ void AddComparison(const FindingColumn& column, const std::string& text, const S
 Condition MakeCondition(const LobPlace& place, const std::list<std::string>* rowValues,
                         const ServerTraits& traits) {
     Condition condition;
+    Comparisons comparisons(place, traits, condition);
     for (const FindingColumn& column : place.columns) {
         if (!rowValues || column.position >= rowValues->size()) {
             ThrowRefusal("The row of the large object can't be found without the values of its columns",
                          "HY000");
         }
-        AddComparison(column, *std::next(rowValues->begin(), static_cast<std::ptrdiff_t>(column.position)),
-                      traits, condition);
+        comparisons.Add(column, *std::next(rowValues->begin(), static_cast<std::ptrdiff_t>(column.position)));
     }
     return condition;
 }
 
-bool CanFind(const ValueType& type) {
-    return type.kind != ValueKind::Float && type.kind != ValueKind::Double &&
-           type.kind != ValueKind::CharacterLob && type.kind != ValueKind::BinaryLob;
+bool CanFind(const ValueType& type, const std::string& timeFormat) {
+    switch (type.kind) {
+        case ValueKind::Float:
+        case ValueKind::Double:
+        case ValueKind::CharacterLob:
+        case ValueKind::BinaryLob:
+            return false;
+        default:
+            return type.bindType != qxdb::Column::BindTimestamp || KeepsWholeTime(type, timeFormat);
+    }
 }
 
 Execution::Execution(const std::shared_ptr<Session>& session, const std::string& sql,

@@ -30,8 +30,9 @@ struct LobPlace {
     bool hasKey = false;
 };
 
-// Floating numbers are no good to find a row by, and large objects are what is looked for.
-bool CanFind(const ValueType& type);
+// Floating numbers are no good to find a row by, nor are times whose texts leave something out, and large
+// objects are what is looked for.
+bool CanFind(const ValueType& type, const std::string& timeFormat);
 
 // A condition and the values of its parameters.
 struct Condition {
