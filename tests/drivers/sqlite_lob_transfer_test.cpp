@@ -494,6 +494,53 @@ TEST_F(SQLiteLobFailure, ADiskThatIsFullAtAnImport) {
     EXPECT_TRUE(Export(again) == content);
 }
 
+// Wherever the space ends: in the value, in the journal, in the copy of a text.
+TEST_F(SQLiteLobFailure, ADiskThatIsFullAtAnyPointOfAnImport) {
+    const std::string content = SomeText(5 * piece, 2);
+    PutFile(folder.File("source"), content);
+    for (const char* const journal : {"delete", "wal", "truncate"}) {
+        RunAll(connection, std::string("PRAGMA journal_mode = ") + journal);
+        for (const char* const column : {"image", "body"}) {
+            SCOPED_TRACE(std::string(journal) + " " + column);
+            Lob target = Take(std::string("SELECT id, ") + column + " FROM docs", 1);
+            RunAll(connection, "PRAGMA wal_checkpoint(truncate)");
+            int failures = 0;
+            for (std::size_t limit = 0; limit < 5 * piece; limit += piece / 3 + 1000) {
+                Failure failure;
+                {
+                    const FileSizeLimit full(limit);
+                    failure = FailureOf(
+                        [&] { target.locator.Import(folder.File("source"), connection, &target.row); });
+                }
+                failures += failure.state == "58030" || failure.state == "53100" ? 1 : 0;
+                EXPECT_EQ(Value("SELECT CAST(image AS TEXT) || ' ' || body FROM docs WHERE id = 1"),
+                          "old image old body");
+            }
+            EXPECT_GE(failures, 14);
+            EXPECT_EQ(Value("PRAGMA integrity_check"), "ok");
+            Import(target, content);
+            EXPECT_TRUE(Export(target) == content);
+            RunAll(connection, "UPDATE docs SET image = 'old image', body = 'old body'");
+        }
+    }
+}
+
+TEST_F(SQLiteLobFailure, MemoryThatIsNotThere) {
+    const std::string content = SomeText(8 * megabyte, 0);
+    PutFile(folder.File("source"), content);
+    Lob text = Take("SELECT id, body FROM docs", 1);
+    sqlite3_hard_heap_limit64(sqlite3_memory_used() + static_cast<sqlite3_int64>(4 * megabyte));
+    const Failure failure =
+        FailureOf([&] { text.locator.Import(folder.File("source"), connection, &text.row); });
+    // Bytes need no more than there is.
+    lob.locator.Import(folder.File("source"), connection, &lob.row);
+    sqlite3_hard_heap_limit64(0);
+    EXPECT_EQ(failure.text, "out of memory");
+    EXPECT_EQ(failure.state, "HY001");
+    EXPECT_EQ(Value("SELECT body FROM docs WHERE id = 1"), "old body");
+    EXPECT_TRUE(Export(lob) == content);
+}
+
 TEST_F(SQLiteLobFailure, NoRoomForTheCopyOfAText) {
     const qxtest::FileSizeLimit limit(8 * piece);
     Lob text = Take("SELECT id, body FROM docs", 1);
