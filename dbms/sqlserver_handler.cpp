@@ -15,7 +15,6 @@ namespace qxdbsqlengine {
 
 namespace {
 
-constexpr int UsualLobStreamSize = 0;
 constexpr double FirstVersionWithShowPlanAll = 7.0;
 
 constexpr RowUse ShowPlanBelow7{149, 1};
@@ -60,35 +59,12 @@ bool HasSyntaxState(const std::string& text) {
 
 }  // namespace
 
-SQLServerHandler::SQLServerHandler(SQLRequest& owner) : DBMSHandler(owner, qxdb::DBTYPE_SQLSERVER) {}
+SQLServerHandler::SQLServerHandler(SQLRequest& owner) : ShowPlanHandler(owner, qxdb::DBTYPE_SQLSERVER) {}
 
 std::vector<RowUse> SQLServerHandler::GetRowUses() {
     std::vector<RowUse> uses = {ShowPlanBelow7, ShowPlan, AnsiDefaults};
     uses.insert(uses.end(), std::begin(Isolations), std::end(Isolations));
     return uses;
-}
-
-void SQLServerHandler::PreExecute(qxdb::Connection& connection, const OptionMap& defaults,
-                                  const OptionMap& options) {
-    request.SetLobStreamSize(ReadIntOption(defaults, options, LobStreamSizeOption, UsualLobStreamSize));
-    DBMSHandler::PreExecute(connection, defaults, options);
-    if (request.GetDoExplainPlan())
-        BeginExplainPlanMode(connection);
-}
-
-void SQLServerHandler::PostExecute(qxdb::Connection& connection, const OptionMap& defaults,
-                                   const OptionMap& options) {
-    if (request.GetDoExplainPlan())
-        EndExplainPlanMode(connection);
-    DBMSHandler::PostExecute(connection, defaults, options);
-}
-
-void SQLServerHandler::BeginExplainPlanMode(qxdb::Connection& connection) {
-    SwitchExplainPlanMode(connection, true);
-}
-
-void SQLServerHandler::EndExplainPlanMode(qxdb::Connection& connection) {
-    SwitchExplainPlanMode(connection, false);
 }
 
 void SQLServerHandler::SwitchExplainPlanMode(qxdb::Connection& connection, bool on) {
@@ -117,29 +93,12 @@ std::string SQLServerHandler::GetResultsFromIntComboOption(int index, int baseSt
 
 // Messages.
 
-bool SQLServerHandler::CanIgnore(const ErrorRecord& record) {
+bool SQLServerHandler::CanIgnore(const ErrorRecord& record) const {
     return IsIn(IgnoredMessages, record.GetErrorCode());
 }
 
 bool SQLServerHandler::IsStatisticsMessage(const ErrorRecord& record) {
     return IsIn(StatisticsMessages, record.GetErrorCode());
-}
-
-int SQLServerHandler::HandleNotify(const ErrorRecord& record) {
-    if (CanIgnore(record))
-        return 1;
-    if (cacheMessages) {
-        cachedMessages.push(record);
-        return 1;
-    }
-    try {
-        // By severity, only one of them has something to do.
-        OnInformationNotify(record);
-        OnErrorNotify(record);
-    } catch (const CancelledException&) {
-        // The driver that called has nothing to do with it; the run finds out by itself.
-    }
-    return 1;
 }
 
 void SQLServerHandler::OnInformationNotify(const ErrorRecord& record) {
@@ -152,10 +111,8 @@ void SQLServerHandler::OnInformationNotify(const ErrorRecord& record) {
                                   record.GetSQLState(), record.GetUserData()));
         return;
     }
-    if (cacheMessages) {
-        cachedMessages.push(record);
+    if (KeepBack(record))
         return;
-    }
     const std::string text = StripUnwantInfo(record.GetErrorDescription());
     // Texts without a code are the output of the statement itself.
     if (record.GetErrorCode() != 0 && !IsStatisticsMessage(record)) {
@@ -168,10 +125,8 @@ void SQLServerHandler::OnInformationNotify(const ErrorRecord& record) {
 void SQLServerHandler::OnErrorNotify(const ErrorRecord& record) {
     if (IsInformation(record))
         return;
-    if (cacheMessages) {
-        cachedMessages.push(record);
+    if (KeepBack(record))
         return;
-    }
     if (!record.GetErrorDescription().empty())
         ReportMessageAsError(record, StripUnwantInfo(record.GetErrorDescription()));
 }

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "dbms/dbms_handler.h"
 #include "dbms/row_uses.h"
+#include "dbms/show_plan_handler.h"
 #include "platform/export.h"
 
 namespace qxdbsqlengine {
@@ -16,18 +16,10 @@ namespace qxdbsqlengine {
 //
 // The server's messages are sorted: some say nothing to a user and vanish, others are information, which goes
 // out as messages and as saved messages, or errors.
-class QXSENG2_API SQLServerHandler : public DBMSHandler {
+class QXSENG2_API SQLServerHandler : public ShowPlanHandler {
   public:
     explicit SQLServerHandler(SQLRequest& owner);
 
-    // Where the request explains, the session is in show-plan mode from here to PostExecute. A run that fails
-    // or is cancelled has no PostExecute: the session stays in that mode.
-    void PreExecute(qxdb::Connection& connection, const OptionMap& defaults,
-                    const OptionMap& options) override;
-    void PostExecute(qxdb::Connection& connection, const OptionMap& defaults,
-                     const OptionMap& options) override;
-    void BeginExplainPlanMode(qxdb::Connection& connection) override;
-    void EndExplainPlanMode(qxdb::Connection& connection) override;
     // One batch: option 50286 first, then the others in order of their ids, at last the isolation.
     void ExecuteOptions(qxdb::Connection& connection, const OptionMap& options) override;
     // The text of one of several values: the row `index` rows behind `baseStringId`. Empty when there is
@@ -37,16 +29,14 @@ class QXSENG2_API SQLServerHandler : public DBMSHandler {
     static std::vector<RowUse> GetRowUses();
 
   protected:
-    // Messages to be ignored are not even queued; queued ones are sorted when they come through here again.
-    int HandleNotify(const ErrorRecord& record) override;
+    void SwitchExplainPlanMode(qxdb::Connection& connection, bool on) override;
+    bool CanIgnore(const ErrorRecord& record) const override;
+    void OnInformationNotify(const ErrorRecord& record) override;
+    void OnErrorNotify(const ErrorRecord& record) override;
 
   private:
-    static bool CanIgnore(const ErrorRecord& record);
     static bool IsStatisticsMessage(const ErrorRecord& record);
-    void OnInformationNotify(const ErrorRecord& record);
-    void OnErrorNotify(const ErrorRecord& record);
     static std::string StripUnwantInfo(const std::string& text);
-    void SwitchExplainPlanMode(qxdb::Connection& connection, bool on);
 };
 
 }  // namespace qxdbsqlengine

@@ -13,7 +13,6 @@ namespace qxdbsqlengine {
 
 namespace {
 
-constexpr int UsualLobStreamSize = 0;
 constexpr int MoneyType = 14;
 constexpr int SmallMoneyType = 15;
 constexpr int MoneyPrecision = 2;
@@ -33,36 +32,13 @@ constexpr CodeRange QueryPlanMessages[] = {{1562, 1562},   {3630, 3630},   {6201
 
 }  // namespace
 
-SybaseHandler::SybaseHandler(SQLRequest& owner) : DBMSHandler(owner, qxdb::DBTYPE_SYBASE) {}
+SybaseHandler::SybaseHandler(SQLRequest& owner) : ShowPlanHandler(owner, qxdb::DBTYPE_SYBASE) {}
 
 std::vector<RowUse> SybaseHandler::GetRowUses() {
     std::vector<RowUse> uses = {ShowPlan, TraceOn};
     for (const PlacedOption& last : SybaseLastOptions)
         uses.push_back({last.row, 1});
     return uses;
-}
-
-void SybaseHandler::PreExecute(qxdb::Connection& connection, const OptionMap& defaults,
-                               const OptionMap& options) {
-    request.SetLobStreamSize(ReadIntOption(defaults, options, LobStreamSizeOption, UsualLobStreamSize));
-    DBMSHandler::PreExecute(connection, defaults, options);
-    if (request.GetDoExplainPlan())
-        BeginExplainPlanMode(connection);
-}
-
-void SybaseHandler::PostExecute(qxdb::Connection& connection, const OptionMap& defaults,
-                                const OptionMap& options) {
-    if (request.GetDoExplainPlan())
-        EndExplainPlanMode(connection);
-    DBMSHandler::PostExecute(connection, defaults, options);
-}
-
-void SybaseHandler::BeginExplainPlanMode(qxdb::Connection& connection) {
-    SwitchExplainPlanMode(connection, true);
-}
-
-void SybaseHandler::EndExplainPlanMode(qxdb::Connection& connection) {
-    SwitchExplainPlanMode(connection, false);
 }
 
 void SybaseHandler::SwitchExplainPlanMode(qxdb::Connection& connection, bool on) {
@@ -100,7 +76,7 @@ void SybaseHandler::FetchColumnProperties(qxdb::Cursor& cursor, int fieldIndex, 
 
 // Messages.
 
-bool SybaseHandler::CanIgnore(const ErrorRecord& record) {
+bool SybaseHandler::CanIgnore(const ErrorRecord& record) const {
     return IsIn(IgnoredMessages, record.GetErrorCode());
 }
 
@@ -112,30 +88,11 @@ bool SybaseHandler::IsQueryPlanMessage(const ErrorRecord& record) {
     return IsIn(QueryPlanMessages, record.GetErrorCode());
 }
 
-int SybaseHandler::HandleNotify(const ErrorRecord& record) {
-    if (CanIgnore(record))
-        return 1;
-    if (cacheMessages) {
-        cachedMessages.push(record);
-        return 1;
-    }
-    try {
-        // By severity, only one of them has something to do.
-        OnInformationNotify(record);
-        OnErrorNotify(record);
-    } catch (const CancelledException&) {
-        // The driver that called has nothing to do with it; the run finds out by itself.
-    }
-    return 1;
-}
-
 void SybaseHandler::OnInformationNotify(const ErrorRecord& record) {
     if (!IsInformation(record))
         return;
-    if (cacheMessages) {
-        cachedMessages.push(record);
+    if (KeepBack(record))
         return;
-    }
     const std::string& text = record.GetErrorDescription();
     if (text.empty())
         return;
@@ -150,10 +107,8 @@ void SybaseHandler::OnInformationNotify(const ErrorRecord& record) {
 void SybaseHandler::OnErrorNotify(const ErrorRecord& record) {
     if (IsInformation(record))
         return;
-    if (cacheMessages) {
-        cachedMessages.push(record);
+    if (KeepBack(record))
         return;
-    }
     if (!record.GetErrorDescription().empty())
         ReportMessageAsError(record, record.GetErrorDescription());
 }

@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "dbms/dbms_handler.h"
 #include "dbms/row_uses.h"
+#include "dbms/show_plan_handler.h"
 #include "platform/export.h"
 
 namespace qxdbsqlengine {
@@ -15,18 +15,10 @@ namespace qxdbsqlengine {
 //
 // The server's messages are sorted: some say nothing to a user and vanish, others are information, which goes
 // out as messages and as saved messages, or errors. Statistics and plans are saved messages only.
-class QXSENG2_API SybaseHandler : public DBMSHandler {
+class QXSENG2_API SybaseHandler : public ShowPlanHandler {
   public:
     explicit SybaseHandler(SQLRequest& owner);
 
-    // Where the request explains, the session is in show-plan mode from here to PostExecute. A run that fails
-    // or is cancelled has no PostExecute: the session stays in that mode.
-    void PreExecute(qxdb::Connection& connection, const OptionMap& defaults,
-                    const OptionMap& options) override;
-    void PostExecute(qxdb::Connection& connection, const OptionMap& defaults,
-                     const OptionMap& options) override;
-    void BeginExplainPlanMode(qxdb::Connection& connection) override;
-    void EndExplainPlanMode(qxdb::Connection& connection) override;
     // One batch: the options in order of their ids, then the trace flags, at last statistics and plans. Trace
     // flags are switched on only: other sessions may want them too.
     void ExecuteOptions(qxdb::Connection& connection, const OptionMap& options) override;
@@ -37,16 +29,14 @@ class QXSENG2_API SybaseHandler : public DBMSHandler {
     static std::vector<RowUse> GetRowUses();
 
   protected:
-    // Messages to be ignored are not even queued; queued ones are sorted when they come through here again.
-    int HandleNotify(const ErrorRecord& record) override;
+    void SwitchExplainPlanMode(qxdb::Connection& connection, bool on) override;
+    bool CanIgnore(const ErrorRecord& record) const override;
+    void OnInformationNotify(const ErrorRecord& record) override;
+    void OnErrorNotify(const ErrorRecord& record) override;
 
   private:
-    static bool CanIgnore(const ErrorRecord& record);
     static bool IsStatisticsMessage(const ErrorRecord& record);
     static bool IsQueryPlanMessage(const ErrorRecord& record);
-    void OnInformationNotify(const ErrorRecord& record);
-    void OnErrorNotify(const ErrorRecord& record);
-    void SwitchExplainPlanMode(qxdb::Connection& connection, bool on);
 };
 
 }  // namespace qxdbsqlengine
