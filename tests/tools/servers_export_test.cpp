@@ -1,4 +1,4 @@
-// Large objects of MariaDB and PostgreSQL to files and back, with the qxsql binary.
+// Large objects and INSERT scripts of MariaDB and PostgreSQL, with the qxsql binary.
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 namespace qxtest {
 namespace {
 
-class QxsqlServersLob : public QxsqlServers {
+class QxsqlServersExport : public QxsqlServers {
   protected:
     void MakeTable(const NamedServer& server) {
         const bool isMariaDB = server.words == OnMariaDB;
@@ -24,7 +24,7 @@ class QxsqlServersLob : public QxsqlServers {
     std::string File(const std::string& name) const { return directory.File(name); }
 };
 
-TEST_F(QxsqlServersLob, ToFilesAndBack) {
+TEST_F(QxsqlServersExport, ToFilesAndBack) {
     std::string bytes;
     for (int i = 0; i < 3000000; ++i)
         bytes += static_cast<char>(i * 31 + i / 256);
@@ -50,7 +50,7 @@ TEST_F(QxsqlServersLob, ToFilesAndBack) {
     }
 }
 
-TEST_F(QxsqlServersLob, PreviewsAndRefusals) {
+TEST_F(QxsqlServersExport, PreviewsAndRefusals) {
     for (const NamedServer& server : allServers) {
         MakeTable(server);
         EXPECT_EQ("id\tt\tb\r\n1\tfi\t00FF\r\n2\tse\t\r\n",
@@ -68,6 +68,44 @@ TEST_F(QxsqlServersLob, PreviewsAndRefusals) {
             1, Qxsql(server.words({"SELECT b FROM qxsql_docs ORDER BY id", "--lob-import", "0:b", SHOP_SQL}))
                    .exitCode)
             << server.name;
+    }
+}
+
+TEST_F(QxsqlServersExport, InsertScriptsRunBackGiveEqualTables) {
+    const struct {
+        NamedServer server;
+        const char* types;
+        const char* backslash;
+        Words run;
+    } cases[] = {
+        {allServers[0],
+         "(id INT PRIMARY KEY, `a b` LONGTEXT, at DATETIME(3), p DECIMAL(9,3))",
+         "\\\\",
+         {"--separator", "go"}},
+        {allServers[1], "(id INT PRIMARY KEY, \"a b\" TEXT, at TIMESTAMP(3), p DECIMAL(9,3))", "\\", {}}};
+    for (const auto& one : cases) {
+        const std::string slash = one.backslash;
+        Run(one.server.words(
+            {"--quiet", "-f",
+             Script(
+                 std::string("DROP TABLE IF EXISTS qxsql_rows;\nCREATE TABLE qxsql_rows ") + one.types +
+                 ";\nINSERT INTO qxsql_rows VALUES (1, 'it''s ü \"x\" ;', '2024-12-31 23:59:58.123', 1.5);\n"
+                 "INSERT INTO qxsql_rows VALUES (2, 'a" +
+                 slash +
+                 "', NULL, -0.001);\n"
+                 "INSERT INTO qxsql_rows VALUES (3, '" +
+                 slash + slash + "''" + slash +
+                 "n', '1970-01-01', NULL);\n"
+                 "INSERT INTO qxsql_rows VALUES (4, 'x\n;\ngo\n-- y', NULL, 0);\n")}));
+        const std::string all = "SELECT * FROM qxsql_rows";
+        const std::string before = Run(one.server.words({all, "--sort", "id", "--no-quoting"}));
+        EXPECT_NE(std::string::npos, before.find("3\t\\\\'\\n\t")) << one.server.name << before;
+        Run(one.server.words({all, "-o", File("rows.sql")}));
+        Run(one.server.words({"--quiet", "DELETE FROM qxsql_rows"}));
+        Words run = one.server.words({"-f", File("rows.sql"), "--quiet"});
+        run.insert(run.end(), one.run.begin(), one.run.end());
+        Run(run);
+        EXPECT_EQ(before, Run(one.server.words({all, "--sort", "id", "--no-quoting"}))) << one.server.name;
     }
 }
 
