@@ -174,6 +174,25 @@ TEST_F(QxsqlBack, NamesAndTextsThatXmlWouldTakeForItsOwn) {
     EXPECT_EQ("&amp;\tt\r\n1\t]]\r\n", Out({"--read", xml}));
 }
 
+// XML has no place for them; a file that nobody can read would be worse.
+TEST_F(QxsqlBack, ControlCharactersAreLostAndTold) {
+    const std::string labelled =
+        "SELECT 'a' || char(1) || 'b' AS [x\x02"
+        "y], 1 AS n";
+    const std::string xml = directory.File("c.xml");
+    const ToolResult out = Qxsql({"sqlite::memory:", labelled, "-o", xml});
+    EXPECT_EQ(0, out.exitCode);
+    EXPECT_EQ(xml + ": control characters, which XML has no place for, were written as ?\n", out.err);
+    EXPECT_EQ("x y\tn\r\na?b\t1\r\n", Out({"--read", xml}));
+    const ToolResult sheet = Qxsql({"sqlite::memory:", labelled, "--format", "excelxml"});
+    EXPECT_EQ("standard output: control characters, which XML has no place for, were written as ?\n",
+              sheet.err);
+    EXPECT_NE(std::string::npos, sheet.out.find(">x y<")) << sheet.out;
+    EXPECT_NE(std::string::npos, sheet.out.find(">a?b<")) << sheet.out;
+    EXPECT_EQ("", Qxsql({"sqlite::memory:", "SELECT 'a' || char(10) || 'b' AS t", "-o", xml}).err);
+    EXPECT_EQ("", Qxsql({"sqlite::memory:", labelled, "--format", "html"}).err);
+}
+
 TEST_F(QxsqlBack, XmlThatIsNone) {
     const std::string head = "<?xml version=\"1.0\"?>\n<resultset><rowset><row>\n";
     const std::string cell = "<column id=\"1\" name=\"a\">";

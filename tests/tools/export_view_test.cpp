@@ -119,6 +119,8 @@ TEST_F(ExportViewTest, ValuesInTheirForms) {
     choice.resultSets = {1};
     choice.label = [](const std::string& label) { return "<" + label + ">"; };
     choice.hideNativeTypes = true;
+    bool lost = false;
+    choice.lostCharacters = &lost;
     ValueForm textForm = ValueForm::BackslashEscape;
     choice.form = [&textForm](DataStorage& from, int rs, int column) {
         EXPECT_EQ(1, rs);
@@ -135,6 +137,27 @@ TEST_F(ExportViewTest, ValuesInTheirForms) {
     textForm = ValueForm::CdataText;
     DataStorage divided = ExportView::Of(store, choice);
     EXPECT_EQ("0=a\\]]]]><![CDATA[>0;", Row(divided, 0, 0, {1}));
+    EXPECT_FALSE(lost);
+    {
+        RowLock lock = store.GetRowLock(1);
+        lock.Lock();
+        store.InsertInt(1, 0, 9);
+        store.InsertString(1, 1,
+                           "\x01"
+                           "a\t\r\n\x1F\x7F\xC3\xBC");
+        store.InsertNull(1, 2);
+        lock.UnLock();
+    }
+    DataStorage controls = ExportView::Of(store, choice);
+    EXPECT_EQ("0=?a\t\r\n?\x7F\xC3\xBC;", Row(controls, 0, 4, {1}));
+    EXPECT_TRUE(lost);
+    textForm = ValueForm::XmlText;
+    lost = false;
+    DataStorage texts = ExportView::Of(store, choice);
+    EXPECT_EQ("0=a\\]]>0;", Row(texts, 0, 0, {1}));
+    EXPECT_FALSE(lost);
+    EXPECT_EQ("0=?a\t\r\n?\x7F\xC3\xBC;", Row(texts, 0, 4, {1}));
+    EXPECT_TRUE(lost);
     choice.form = nullptr;
     choice.hideNativeTypes = false;
     DataStorage plain = ExportView::Of(store, choice);

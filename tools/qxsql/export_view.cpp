@@ -32,13 +32,25 @@ void AppendEscaped(std::string_view text, std::string& to) {
     }
 }
 
+// True when the text had some.
+bool ReplaceControls(std::string& text) {
+    bool any = false;
+    for (char& c : text) {
+        if (static_cast<unsigned char>(c) >= 0x20 || c == '\t' || c == '\n' || c == '\r')
+            continue;
+        c = '?';
+        any = true;
+    }
+    return any;
+}
+
 }  // namespace
 
 // Passes a row on with its values in their forms.
 class ExportView::Former final : public CellSink {
   public:
-    Former(const Chosen& from, const int* positions, CellSink& next)
-        : set(from), columns(positions), sink(next) {}
+    Former(const Chosen& from, const int* positions, bool* lost, CellSink& next)
+        : set(from), columns(positions), lostCharacters(lost), sink(next) {}
 
     void OnCell(int position, bool isNull, std::string_view value) override {
         const ValueForm form = set.forms[static_cast<std::size_t>(columns[position])];
@@ -50,13 +62,23 @@ class ExportView::Former final : public CellSink {
         else if (form == ValueForm::BackslashEscape)
             AppendEscaped(value, text);
         else
-            AppendDivided(value, text);
+            AppendXml(form, value);
         sink.OnCell(position, false, text);
     }
 
   private:
+    void AppendXml(ValueForm form, std::string_view value) {
+        if (form == ValueForm::CdataText)
+            AppendDivided(value, text);
+        else
+            text.append(value);
+        if (ReplaceControls(text) && lostCharacters != nullptr)
+            *lostCharacters = true;
+    }
+
     const Chosen& set;
     const int* const columns;
+    bool* const lostCharacters;
     CellSink& sink;
     std::string text;
 };
@@ -308,7 +330,7 @@ bool ExportView::VisitRow(int index, int rs, int row, const int* columns, int co
     const int place = Row(view, rs, row);
     if (!set.formed)
         return view.store.VisitRow(set.number, place, numbers.data(), count, format, sink);
-    Former former(set, columns, sink);
+    Former former(set, columns, choice.lostCharacters, sink);
     return view.store.VisitRow(set.number, place, numbers.data(), count, format, former);
 }
 

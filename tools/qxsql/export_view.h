@@ -16,7 +16,8 @@ enum class ValueForm {
     AsItIs,
     HexLiteral,       // bytes as X'00FF'
     BackslashEscape,  // each \ doubled
-    CdataText,        // what would end a CDATA section is divided over two
+    XmlText,          // ? for control characters, which XML has no place for
+    CdataText,        // the same, and what would end a CDATA section is divided over two
 };
 
 // What an export takes, and how. A list of columns or rows that stays empty is all of them.
@@ -29,6 +30,7 @@ struct ExportChoice {
     std::function<ValueForm(qxdbsqlengine::DataStorage& store, int resultSet, int column)>
         form;  // may be null
     bool hideNativeTypes = false;
+    bool* lostCharacters = nullptr;  // becomes true when XmlText or CdataText has written a ?
 };
 
 // Shows chosen result sets, columns and rows of a store as a store of its own, numbered from 0: formats of

@@ -1,5 +1,6 @@
 #include "tools/qxsql/exporting.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <iostream>
 #include <stdexcept>
@@ -122,6 +123,36 @@ void SuitInsert(qxdb::DBTYPE dialect, qxdb::DBTYPE server, ExportChoice& choice)
     };
 }
 
+ExportChoice ChoiceOf(const CommandLine& line, DataStorage& store, const std::vector<int>& resultSets) {
+    ExportChoice choice;
+    choice.resultSets = resultSets;
+    choice.columns = line.columns;
+    choice.allRows = line.rows.empty();
+    for (const int resultSet : resultSets) {
+        if (!choice.allRows)
+            choice.rows.push_back(RowsOf(line.rows, store.GetNumberOfRows(resultSet)));
+    }
+    return choice;
+}
+
+void SuitTexts(ValueForm form, ExportChoice& choice) {
+    choice.form = [form](DataStorage& store, int resultSet, int column) {
+        return IsTyped(store, resultSet, column) ? ValueForm::AsItIs : form;
+    };
+}
+
+char BlankForControl(char c) {
+    return static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
+}
+
+void SuitSpreadsheetXml(ExportChoice& choice) {
+    choice.label = [](std::string label) {
+        std::transform(label.begin(), label.end(), label.begin(), BlankForControl);
+        return label;
+    };
+    SuitTexts(ValueForm::XmlText, choice);
+}
+
 void SuitXml(ExportChoice& choice) {
     choice.label = [](const std::string& label) {
         std::string escaped;
@@ -137,26 +168,12 @@ void SuitXml(ExportChoice& choice) {
                     escaped += "&quot;";
                     break;
                 default:
-                    escaped += c;
+                    escaped += BlankForControl(c);
             }
         }
         return escaped;
     };
-    choice.form = [](DataStorage& store, int resultSet, int column) {
-        return IsTyped(store, resultSet, column) ? ValueForm::AsItIs : ValueForm::CdataText;
-    };
-}
-
-ExportChoice ChoiceOf(const CommandLine& line, DataStorage& store, const std::vector<int>& resultSets) {
-    ExportChoice choice;
-    choice.resultSets = resultSets;
-    choice.columns = line.columns;
-    choice.allRows = line.rows.empty();
-    for (const int resultSet : resultSets) {
-        if (!choice.allRows)
-            choice.rows.push_back(RowsOf(line.rows, store.GetNumberOfRows(resultSet)));
-    }
-    return choice;
+    SuitTexts(ValueForm::CdataText, choice);
 }
 
 }  // namespace
@@ -190,6 +207,10 @@ bool WriteResults(const CommandLine& line, qxdb::DBTYPE server, const StorePtr& 
         SuitInsert(dialect, server, choice);
     if (type == qxdbsqlengine::ResultFileXml)
         SuitXml(choice);
+    if (type == qxdbsqlengine::ResultFileSpreadsheetXml)
+        SuitSpreadsheetXml(choice);
+    bool lostCharacters = false;
+    choice.lostCharacters = &lostCharacters;
     const StorePtr view(new DataStorage(ExportView::Of(*store, std::move(choice))));
 
     FileProgress progress(line, out == nullptr ? "Exporting" : "Writing", FileProgress::Percent);
@@ -203,6 +224,8 @@ bool WriteResults(const CommandLine& line, qxdb::DBTYPE server, const StorePtr& 
     const bool written = writer.WriteAllResultSets() && (out == nullptr || out->flush().good());
     if (!written && !progress.Reported())
         std::cerr << "Cannot write " << (out == nullptr ? "" : "to ") << name << '\n';
+    if (written && lostCharacters)
+        std::cerr << name << ": control characters, which XML has no place for, were written as ?\n";
     return written;
 }
 
