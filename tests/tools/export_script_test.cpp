@@ -1,9 +1,15 @@
 // INSERT statements and XML that the qxsql binary writes, run and read back.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
+#include <csignal>
 #include <string>
+#include <thread>
 
 #include "tools/qxsql_fixture.h"
 #include "tools/run_tool.h"
@@ -232,6 +238,69 @@ TEST_F(QxsqlBack, XmlThatIsNone) {
     EXPECT_EQ(4, Qxsql({"--read", file}).exitCode);
     EXPECT_EQ(4, Qxsql({"--read", directory.File("missing.xml")}).exitCode);
     EXPECT_EQ(4, Qxsql({"--read", directory.Path(), "--read-format", "xml"}).exitCode);
+}
+
+// A pipe that is filled slowly.
+class SlowXml {
+  public:
+    explicit SlowXml(const std::string& name) {
+        std::signal(SIGPIPE, SIG_IGN);
+        mkfifo(name.c_str(), 0600);
+    }
+    ~SlowXml() { close(file); }
+    void Open(const std::string& name) {
+        file = open(name.c_str(), O_WRONLY);
+        Write("<?xml version=\"1.0\" encoding=\"ISO-8859-1\" ?>\n<resultset>\n<rowset>\n");
+    }
+    // Some hundred kilobytes: more than is read at once.
+    void WriteRows(int count) {
+        std::string text;
+        for (; count > 0; --count)
+            text += "<row><column id=\"1\" name=\"i\" type=\"Int\">" + std::to_string(++row) +
+                    "</column></row>\n" + std::string(50, ' ');
+        Write(text);
+    }
+    void Write(const std::string& text) const {
+        std::string::size_type at = 0;
+        while (at < text.size()) {
+            const ssize_t count = write(file, text.data() + at, text.size() - at);
+            if (count <= 0)
+                return;
+            at += static_cast<std::string::size_type>(count);
+        }
+    }
+    void Close() {
+        close(file);
+        file = -1;
+    }
+
+  private:
+    int file = -1;
+    int row = 0;
+};
+
+TEST_F(QxsqlBack, XmlIsReadWithItsRowsCountedAndCanBeCut) {
+    for (const bool cut : {false, true}) {
+        const std::string pipe = directory.File(cut ? "cut" : "whole");
+        SlowXml xml(pipe);
+        RunningTool tool({QXSQL_PATH, "--read", pipe, "--read-format", "xml", "--progress"});
+        xml.Open(pipe);
+        xml.WriteRows(10000);
+        std::this_thread::sleep_for(std::chrono::milliseconds(700));
+        xml.WriteRows(10000);
+        ASSERT_TRUE(tool.WaitForError(" rows/s\n"));
+        if (cut)
+            tool.Signal(SIGINT);
+        xml.WriteRows(10000);
+        xml.Write("</rowset>\n</resultset>\n");
+        xml.Close();
+        const ToolResult result = tool.Finish();
+        EXPECT_EQ(cut ? 130 : 0, result.exitCode) << result.err;
+        EXPECT_FALSE(result.signalled);
+        EXPECT_EQ("i\r\n1\r\n2\r\n", result.out.substr(0, 9));
+        const long lines = std::count(result.out.begin(), result.out.end(), '\n');
+        EXPECT_TRUE(cut ? lines > 4096 && lines < 30001 : lines == 30001) << lines;
+    }
 }
 
 TEST_F(QxsqlBack, ReadingAndWritingHaveFormatsOfTheirOwn) {

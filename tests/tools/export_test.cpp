@@ -387,6 +387,15 @@ TEST_F(QxsqlExport, InterruptInTheMiddleLeavesAWholeDocument) {
     }
 }
 
+TEST_F(QxsqlExport, ARunThatIsCutIsAWholeDocument) {
+    const ToolResult result =
+        Qxsql({"sqlite::memory:", EndlessQuery(), "--timeout", "0.3", "--quiet", "--format", "xml"});
+    EXPECT_EQ(5, result.exitCode);
+    EXPECT_EQ(0U, result.out.find("<?xml "));
+    EXPECT_TRUE(EndsWith(result.out, "        </row>\n    </rowset>\n</resultset>\n"));
+    EXPECT_GT(Count(result.out, "<row "), 1U);
+}
+
 TEST_F(QxsqlExport, ProgressInPercent) {
     const std::string pipe = directory.File("pipe");
     SlowReader reader(pipe);

@@ -99,8 +99,9 @@ int Follow(CLobRequestDirector& director, RunWatcher& watcher) {
             continue;
         if (event->kind == RunEvent::CancelFailed)
             return ExitCancelFailed;
+        // Nothing follows a Ctrl-C, also when it has come at the very end.
         if (event->kind == RunEvent::RequestEnd)
-            return exitCode;
+            return Interrupted() ? ExitInterrupted : exitCode;
         if (event->kind != RunEvent::Error)
             continue;
         PrintErrors(event->errors);
