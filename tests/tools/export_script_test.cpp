@@ -77,7 +77,7 @@ TEST_F(QxsqlBack, TheTableOfInserts) {
     const std::string make = "CREATE TABLE emp (a INT); INSERT INTO emp VALUES (1);";
     const std::string database = "sqlite:" + directory.File("t.db");
     Out({"--create", database, "--quiet", make});
-    const auto statement = [this](const std::string& table) {
+    const auto statement = [](const std::string& table) {
         return Head() + "INSERT INTO " + table + " ( a ) \n        VALUES ( 1 )\n;\n";
     };
     EXPECT_EQ(statement("emp"), Out({database, "SELECT a FROM emp WHERE a = 1", "--format", "insert"}));

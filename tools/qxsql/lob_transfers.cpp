@@ -1,5 +1,6 @@
 #include "tools/qxsql/lob_transfers.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
