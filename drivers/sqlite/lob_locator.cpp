@@ -131,6 +131,7 @@ qxdb::LobLocator MakeLobLocator(Run& run, unsigned int column) {
     ColumnOrigin origin = OriginOf(run.Raw(), static_cast<int>(column));
     place->table = std::move(origin.table);
     place->column = std::move(origin.column);
+    place->position = column;
     place->binary = run.Columns()[column].type.binary;
     FindRowColumns(run.Compiled().GetDatabase(), run, *place);
     return qxdb::LobLocator(new SQLiteLobLocator(std::move(place)));

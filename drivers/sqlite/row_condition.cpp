@@ -16,6 +16,11 @@ using qxdb::Column;
 constexpr const char* nullText = "[NULL]";
 constexpr int fractionDigits = 9;
 
+bool IsNull(const std::list<std::string>& texts, std::size_t position) {
+    return position < texts.size() &&
+           *std::next(texts.begin(), static_cast<std::ptrdiff_t>(position)) == nullText;
+}
+
 // A whole number in the one way in which SQLite writes it.
 bool IsWholeNumber(const std::string& text, __int64& number) {
     const char* const end = text.data() + text.size();
@@ -70,12 +75,18 @@ bool CanFind(Column::BindType type) {
 }
 
 RowCondition::RowCondition(const LobPlace& place, const std::list<std::string>* rowValues) {
+    bool isAllNull = rowValues && IsNull(*rowValues, place.position);
     for (const FindingColumn& column : place.columns) {
         if (!rowValues || column.position >= rowValues->size()) {
             ThrowRefusal("The row of the large object can't be found without the values of its columns",
                          "HY000");
         }
         AddColumn(column, *std::next(rowValues->begin(), static_cast<std::ptrdiff_t>(column.position)));
+        isAllNull = isAllNull && IsNull(*rowValues, column.position);
+    }
+    if (isAllNull) {
+        ThrowRefusal("The row of the large object in " + place.table.table + " can't be told: it is all NULL",
+                     "02000");
     }
 }
 

@@ -23,6 +23,7 @@ struct FindingColumn {
 struct LobPlace {
     TableName table;
     std::string column;
+    std::size_t position = 0;  // of the large object in the row
     bool binary = false;
     std::vector<FindingColumn> columns;
     std::string refusal;   // why there can be no transfer; empty when there can
@@ -36,7 +37,8 @@ bool CanFind(qxdb::Column::BindType type);
 // several ways, so that the condition has all values that a text may stand for.
 class RowCondition {
   public:
-    // Throws Errors when there are no texts, or too few.
+    // Throws Errors when there are no texts, or too few, or when they are those of no row: of an outer join
+    // that found none.
     RowCondition(const LobPlace& place, const std::list<std::string>* rowValues);
 
     // " WHERE ...".

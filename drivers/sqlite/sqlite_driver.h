@@ -19,10 +19,10 @@
 // The position counts bytes from the start of the text.
 //
 // Parameters are ?, ?N, :name, @name and $name, in Prepare only; a name without its prefix is the name of the
-// column in the schema. SQLite knows no types of parameters, so they are of BindUnknown, which takes any value,
-// unless a bind hint says otherwise. A value goes to the server in the type of the setter that set it, a
-// parameter that was never set, as one left to its default, as NULL. A Decimal goes as a number where that is
-// the same value, else as text; a Timestamp as ISO text. There are no output parameters and no procedures.
+// column in the schema. SQLite knows no types of parameters, so they are of BindUnknown, which takes any
+// value, unless a bind hint says otherwise. A value goes to the server in the type of the setter that set it,
+// a parameter that was never set, as one left to its default, as NULL. A Decimal goes as a number where that
+// is the same value, else as text; a Timestamp as ISO text. There are no output parameters and no procedures.
 //
 // Types of result columns, by the first of these words in the declared type:
 //   INT INTEGER BIGINT INT8                                  Int64
@@ -58,15 +58,18 @@
 // upper-case hexadecimal digits.
 //
 // Large objects have locators where they are columns of a table. Their row is found by the row number, the
-// primary key or a unique index, if all of its columns are in the result; otherwise by all columns but REAL and
-// large objects, and then they are read-only. There is no valid locator in a result that reads a table twice
-// or is made of several queries, since columns of one row of the result may be of several rows of the table
-// then. Each transfer is a transaction of its own, or a savepoint in the one that is open; a failure leaves
-// value and file as they were. Text is UTF-8 in files, whatever the encoding of the database. Memory:
+// primary key or a unique index, if all of its columns are in the result; otherwise by all columns but REAL
+// and large objects, and then they are read-only. There is no valid locator in a result that reads a table
+// twice or is made of several queries, since columns of one row of the result may be of several rows of the
+// table then. Each transfer is a transaction of its own, or a savepoint in the one that is open; a failure
+// leaves value and file as they were. Text is UTF-8 in files, whatever the encoding of the database. Memory:
 //   export            some hundred kilobytes. WITHOUT ROWID and in tables with computed columns: the value
-//   import of bytes   some hundred kilobytes (and SQLite's cache, 2 MB) where only NULLs follow in the row, in
-//                     the order of the table's columns, and no index, trigger, CHECK or foreign key is concerned
-//   other imports     the new row, once; text in a database in UTF-16 in that encoding twice. The file is first
+//   import of bytes   some hundred kilobytes (and SQLite's cache, 2 MB) where only NULLs follow in the row,
+//   in
+//                     the order of the table's columns, and no index, trigger, CHECK or foreign key is
+//                     concerned
+//   other imports     the new row, once; text in a database in UTF-16 in that encoding twice. The file is
+//   first
 //                     copied to the directory for temporary files, and read from there by a mapping
 // SQLite itself has all values of a row in memory that a query reads, and takes no row beyond 10^9 bytes.
 #pragma once

@@ -34,8 +34,7 @@ PlanLines ReadPlan(Database& database, const std::string& sql) {
         } else if (StartsWith(line, "INDEX ")) {
             branches.insert(plan.Number(0));
         } else if (StartsWith(line, "SCAN ") || StartsWith(line, "SEARCH ")) {
-            const bool isBranch = branches.count(plan.Number(1)) > 0;
-            found.sources += isBranch || line == "SCAN CONSTANT ROW" ? 0 : 1;
+            found.sources += branches.count(plan.Number(1)) > 0 ? 0 : 1;
         } else if (StartsWith(line, "COMPOUND QUERY") || StartsWith(line, "MERGE (") ||
                    StartsWith(line, "RECURSIVE STEP") || line.find("UNION") != std::string::npos) {
             found.isCompound = true;

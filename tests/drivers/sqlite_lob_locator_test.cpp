@@ -183,6 +183,9 @@ TEST_F(SQLiteLobLocator, RowsThatAreMadeOfSeveralHaveNone) {
         {"WITH RECURSIVE n(i, t) AS (SELECT id, body FROM docs UNION ALL SELECT i + 1, t FROM n LIMIT 3)"
          " SELECT i, t FROM n",
          1, false},
+        {"SELECT \"CONSTANT ROW\".id, b.body FROM docs AS \"CONSTANT ROW\", docs b", 1, false},
+        {"SELECT id, body FROM docs WHERE id = (SELECT max(id) FROM docs)", 1, false},
+        {"SELECT id, lag(body) OVER (ORDER BY id) FROM docs", 1, false},
         {"SELECT s.id, d.body FROM shown s JOIN docs d ON d.id = s.id - 1", 1, false},
         {"SELECT d.id, d.body, o.id FROM docs d JOIN other o ON o.id = d.id", 1, true},
         {"SELECT d.id, d.body FROM docs d LEFT JOIN other o ON o.parent = d.id", 1, true},
@@ -212,6 +215,23 @@ TEST_F(SQLiteLobLocator, RowsThatAreMadeOfSeveralHaveNone) {
         ExportFailure(twice).text,
         "The row of the large object in docs can't be told: the statement reads a table more than once, or"
         " is made of several");
+}
+
+// A key that is NULL finds its row, but not for the row of a join that found none.
+TEST_F(SQLiteLobLocator, TheMissingRowOfAnOuterJoinIsNoOther) {
+    RunAll(connection,
+           "CREATE TABLE notes(k VARCHAR(9) UNIQUE, note TEXT);"
+           "INSERT INTO notes VALUES(NULL, 'of nobody'), ('one', 'of one');");
+    const std::string join =
+        "SELECT d.name, n.k, n.note FROM docs d LEFT JOIN notes n ON n.k = d.name WHERE d.id = ";
+    Lob found = Take(join + "1", 2);
+    EXPECT_EQ(Export(found), "of one");
+    Lob missing = Take(join + "2", 2);
+    EXPECT_TRUE(missing.locator.IsValid(true));
+    const std::string text = "The row of the large object in notes can't be told: it is all NULL";
+    EXPECT_EQ(ExportFailure(missing).text, text);
+    EXPECT_EQ(ImportFailure(missing, "new").text, text);
+    EXPECT_EQ(Value("SELECT note FROM notes WHERE k IS NULL"), "of nobody");
 }
 
 TEST_F(SQLiteLobLocator, VirtualTablesAndExpressionsHaveNone) {
