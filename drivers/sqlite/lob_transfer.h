@@ -20,8 +20,8 @@ void ExportLob(const LobPlace& place, Database& database, const std::list<std::s
 
 // Bytes go into the value piece by piece where SQLite can make room for them without having them: when only
 // NULLs follow in the row, and no index, trigger or constraint looks at the column. Otherwise, and for text
-// always, the new row is in memory once (text in a database in UTF-16 twice, in that encoding), and read from a
-// mapped copy of the file.
+// always, the new row is in memory once (text in a database in UTF-16 twice, in that encoding), and read from
+// a mapped copy of the file.
 void ImportLob(const LobPlace& place, Database& database, const std::list<std::string>* rowValues,
                const std::string& fileName);
 
