@@ -1,6 +1,8 @@
 #include "drivers/odbc/row_condition.h"
 
+#include <algorithm>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 #include "drivers/odbc/catalog_text.h"
@@ -72,10 +74,29 @@ std::string WithoutTrailingBlanks(const std::string& text) {
     return text.substr(0, text.find_last_not_of(' ') + 1);
 }
 
-bool IsZoned(const FindingColumn& column) {
-    return column.type.part == TimePart::DateTime &&
-           (column.native.typeName == "timestamptz" || column.native.typeName == "TIMESTAMP" ||
-            column.native.typeName == "timestamp with time zone");
+bool IsNamed(const FindingColumn& column, std::string_view lowerCase) {
+    const std::string& name = column.native.typeName;
+    return std::equal(name.begin(), name.end(), lowerCase.begin(), lowerCase.end(),
+                      [](char a, char b) { return a == b || (a >= 'A' && a <= 'Z' && a + 32 == b); });
+}
+
+// True when a time is shown by the clock of the session, which shows one time twice when it is set back.
+bool IsZoned(const FindingColumn& column, Family family) {
+    return (family == Family::PostgreSQL && IsNamed(column, "timestamptz")) ||
+           (family == Family::MySQL && IsNamed(column, "timestamp"));
+}
+
+// Bits that the server compares as a number.
+bool IsBits(const FindingColumn& column, Family family) {
+    return family == Family::MySQL && column.type.kind == ValueKind::Binary && IsNamed(column, "bit");
+}
+
+std::string NumberOf(const qxdb::DynBuffer& bytes) {
+    unsigned long long number = 0;
+    for (unsigned int i = 0; i < bytes.GetLength(); ++i) {
+        number = number << 8 | static_cast<unsigned char>(bytes.GetData()[i]);
+    }
+    return std::to_string(number);
 }
 
 // Builds the comparisons of one condition.
@@ -110,16 +131,15 @@ class Comparisons {
             condition.sql += column.name + " = " + TextOf(value);
         } else if (column.type.kind == ValueKind::Text) {
             AddEqualText(column, text);
-        } else if (IsZoned(column) && OnPostgres()) {
-            // By the clock of the session, which shows one time twice when it is set back: as it stands there
-            // a text would be the one or the other.
-            condition.sql += "CAST(" + column.name + " AS timestamp) = " + LiteralOf(value, column, traits);
+        } else if (IsBits(column, traits.family)) {
+            condition.sql += column.name + " = " + NumberOf(std::get<qxdb::DynBuffer>(value));
+        } else if (IsZoned(column, traits.family)) {
+            // As it stands there a text would be one of two times.
+            condition.sql += "CAST(" + column.name + " AS " + (OnPostgres() ? "timestamp" : "DATETIME(6)") +
+                             ") = " + LiteralOf(value, column, traits);
         } else if (OnPostgres()) {
             // Its cursors take no parameters.
             condition.sql += column.name + " = " + LiteralOf(value, column, traits);
-        } else if (IsZoned(column) && traits.family == Family::MySQL) {
-            condition.sql += "CONCAT(" + column.name + ", '') = ";
-            AddText(TimeText(std::get<qxdb::Timestamp>(value), column.type.part));
         } else {
             condition.sql += column.name + " = ";
             AddParameter(value, DescriptionOf(std::string(), DataType::DirectionIn, column.native, traits));
@@ -135,7 +155,8 @@ class Comparisons {
                 condition.sql += column.name + " = " + QuoteLiteral(text, traits) + " AND ";
             }
             // Not all types can be compared, and some are equal when they are of one size.
-            condition.sql += "rtrim(format('%s', " + column.name + "), ' ') = " + QuoteLiteral(exact, traits);
+            condition.sql += "rtrim(format('%s', " + column.name +
+                             "), ' ') COLLATE \"C\" = " + QuoteLiteral(exact, traits);
             return;
         }
         condition.sql += column.name + " = ";
@@ -167,7 +188,6 @@ class Comparisons {
         description.type.bindType = qxdb::Column::BindBinary;
         AddParameter(ValueFromBytes(bytes), description);
     }
-    void AddText(const std::string& text) { AddParameter(text, ParameterDescription()); }
     void AddParameter(const ParameterValue& value, const ParameterDescription& description) {
         condition.sql += "?";
         condition.descriptions.push_back(description);

@@ -205,6 +205,72 @@ TEST_P(LobLocators, WithinATransaction) {
     EXPECT_EQ(target.Content(), "before");
 }
 
+// When the clock of the session is set back it shows a time twice, and two rows look the same.
+TEST_P(LobLocators, RowsOfATimeThatTheClockShowsTwice) {
+    qxdb::Connection connection = OpenLobs(OnMariaDB());
+    if (OnMariaDB()) {
+        // The server knows no zone by name: one that goes from +02:00 to +01:00.
+        RunAll(connection, "REPLACE INTO mysql.time_zone VALUES(900, 'N')");
+        RunAll(connection, "REPLACE INTO mysql.time_zone_name VALUES('Qx/Twice', 900)");
+        RunAll(connection,
+               "REPLACE INTO mysql.time_zone_transition_type VALUES(900, 0, 7200, 1, 'QXS'), "
+               "(900, 1, 3600, 0, 'QX')");
+        RunAll(connection,
+               "REPLACE INTO mysql.time_zone_transition VALUES(900, 1711846800, 0), "
+               "(900, 1729990800, 1)");
+    }
+    TestTable table(
+        connection, "lob_clock",
+        OnMariaDB() ? "k TIMESTAMP PRIMARY KEY, t LONGTEXT" : "k timestamptz PRIMARY KEY, t text");
+    RunAll(connection, OnMariaDB() ? "SET time_zone = '+00:00'" : "SET TimeZone = 'UTC'");
+    RunAll(connection,
+           "INSERT INTO lob_clock VALUES('2024-10-27 00:30:00', 'summer'), "
+           "('2024-10-27 01:30:00', 'winter'), ('2024-10-27 02:30:00', 'later')");
+    RunAll(connection, OnMariaDB() ? "SET time_zone = 'Qx/Twice'" : "SET TimeZone = 'Europe/Berlin'");
+    qxdb::LobLocator locator = LocatorOf(connection, "SELECT k, t FROM lob_clock", 1, "lob_clock");
+    const TestFile target("target");
+    Cells row{"2024-10-27 03:30:00", ""};
+    if (!OnMariaDB()) {
+        row.front() += ".000000";
+    }
+    locator.Export(target.name, connection, &row);
+    EXPECT_EQ(target.Content(), "later");
+    row.front()[12] = '2';
+    EXPECT_EQ(FailureOf([&] { locator.Export(target.name, connection, &row); }).text,
+              "The row of the large object can't be told from 1 other(s) in lob_clock");
+    RunAll(connection, "DELETE FROM lob_clock WHERE t = 'summer'");
+    locator.Export(target.name, connection, &row);
+    EXPECT_EQ(target.Content(), "winter");
+}
+
+// A format of the caller's that leaves something out makes texts of different times the same.
+TEST_P(LobLocators, TimesInAFormatOfTheCallers) {
+    qxdb::Connection connection = OpenLobs(OnMariaDB());
+    TestTable table(connection, "lob_format",
+                    OnMariaDB() ? "k DATETIME(3) PRIMARY KEY, n INT, t LONGTEXT"
+                                : "k timestamp(3) PRIMARY KEY, n integer, t text");
+    RunAll(connection, "INSERT INTO lob_format VALUES('2024-10-27 14:30:15.123', 1, 'one')");
+    const std::string select = "SELECT k, n, t FROM lob_format";
+    const TestFile target("target");
+    const struct {
+        const char* format;
+        const char* text;
+        bool isKey;
+    } formats[] = {{"dd.MM.yyyy HH:mm:ss.fff", "27.10.2024 14:30:15.123", true},
+                   {"yyyy-MM-dd HH:mm:ss", "2024-10-27 14:30:15", false},
+                   {"yy-MM-dd HH:mm:ss.fff", "24-10-27 14:30:15.123", false},
+                   {"yyyy-MM-dd", "2024-10-27", false}};
+    for (const auto& each : formats) {
+        SCOPED_TRACE(each.format);
+        connection.GetProperties().SetTimestampFormat(each.format);
+        qxdb::LobLocator locator = LocatorOf(connection, select, 2, "lob_format");
+        EXPECT_EQ(locator.IsReadOnly(), !each.isKey);
+        Cells row{each.text, "1", ""};
+        locator.Export(target.name, connection, &row);
+        EXPECT_EQ(target.Content(), "one");
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(Each, LobLocators, testing::Values(true, false),
                          [](const auto& each) { return each.param ? "MariaDB" : "PostgreSQL"; });
 
