@@ -64,9 +64,8 @@
 // table then. Each transfer is a transaction of its own, or a savepoint in the one that is open; a failure
 // leaves value and file as they were. Text is UTF-8 in files, whatever the encoding of the database. Memory:
 //   export            some hundred kilobytes; of a table WITHOUT ROWID or with computed columns the value
-//   import of bytes   some hundred kilobytes and SQLite's cache (2 MB), where only NULLs follow in the row,
-//   in
-//                     the order of the table's columns, and no index, trigger, CHECK or foreign key looks on
+//   import of bytes   some hundred kilobytes and SQLite's cache (2 MB), where only NULLs follow in the
+//                     table's row, and no index, trigger, CHECK or foreign key looks on
 //   other imports     the new row once; text in a database in UTF-16 in that encoding twice. The file is
 //                     first copied to the directory for temporary files, and read from a mapping of that
 // SQLite itself has all values of a row in memory that a query reads, and takes no row beyond 10^9 bytes.
