@@ -221,17 +221,29 @@ void WriteLob(const LobPlace& place, const std::shared_ptr<Session>& session, co
     }
 }
 
-}  // namespace
-
-void ExportLob(const LobPlace& place, const std::shared_ptr<Session>& session, const Condition& condition,
-               const std::string& fileName) {
+// What `write` writes becomes the file.
+template <class Write>
+void ReplaceFile(const std::string& fileName, Write&& write) {
     try {
         qxos::ReplacingFile file(fileName);
-        WriteLob(place, session, condition, file);
+        write(file);
         file.Commit();
     } catch (const qxos::FileError& error) {
         ThrowRefusal(error.what(), "58030");
     }
+}
+
+}  // namespace
+
+void ExportLob(const LobPlace& place, const std::shared_ptr<Session>& session, const Condition& condition,
+               const std::string& fileName) {
+    ReplaceFile(fileName, [&](qxos::ReplacingFile& file) { WriteLob(place, session, condition, file); });
+}
+
+void ExportByResult(const LobPlace& place, const std::shared_ptr<Session>& session,
+                    const Condition& condition, const std::string& fileName) {
+    ReplaceFile(fileName,
+                [&](qxos::ReplacingFile& file) { WriteWhole(place, session, condition, false, file); });
 }
 
 }  // namespace qxdrivers::odbc

@@ -16,4 +16,8 @@ namespace qxdrivers::odbc {
 void ExportLob(const LobPlace& place, const std::shared_ptr<Session>& session, const Condition& condition,
                const std::string& fileName);
 
+// The way of servers of which no more is known: all from one result, in pieces.
+void ExportByResult(const LobPlace& place, const std::shared_ptr<Session>& session,
+                    const Condition& condition, const std::string& fileName);
+
 }  // namespace qxdrivers::odbc

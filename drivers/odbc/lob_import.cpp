@@ -107,39 +107,24 @@ void PutBytes(LobSource& source, SentParameter& parameter) {
     } while (count > 0);
 }
 
-// A character that a piece cuts in two goes with the next one.
+// A character that a piece cuts in two goes with the next one. A piece of nothing is put only where it is
+// all.
 void PutWide(LobSource& source, SentParameter& parameter) {
     std::string bytes;
-    for (bool atEnd = false; !atEnd;) {
+    bool isFirst = true;
+    for (bool atEnd = false; !atEnd; isFirst = false) {
         const std::size_t kept = bytes.size();
         bytes.resize(pieceBytes);
-        const std::size_t count = source.Read(bytes.data() + kept, pieceBytes - kept);
-        bytes.resize(kept + count);
-        atEnd = kept + count < pieceBytes;
+        bytes.resize(kept + source.Read(bytes.data() + kept, pieceBytes - kept));
+        atEnd = bytes.size() < pieceBytes;
         const std::size_t whole = atEnd ? bytes.size() : WholeCharacters(bytes);
-        WideText wide = ToWide(std::string_view(bytes).substr(0, whole));
-        wide.push_back(0);  // so that there is an address
-        parameter.Put(wide.data(), (wide.size() - 1) * sizeof(SQLWCHAR));
+        if (whole > 0 || isFirst) {
+            WideText wide = ToWide(std::string_view(bytes).substr(0, whole));
+            wide.push_back(0);  // so that there is an address
+            parameter.Put(wide.data(), (wide.size() - 1) * sizeof(SQLWCHAR));
+        }
         bytes.erase(0, whole);
     }
-}
-
-// For servers of which no more is known.
-void SendToParameter(const LobPlace& place, const std::shared_ptr<Session>& session,
-                     const Condition& condition, LobSource& source) {
-    Execution writing(session, UpdateOf(place, "?", condition), condition);
-    const bool isWide = IsText(place) && !session->Traits().narrowText;
-    SentParameter parameter(writing,
-                            isWide          ? SQL_C_WCHAR
-                            : IsText(place) ? SQL_C_CHAR
-                                            : SQL_C_BINARY,
-                            isWide          ? SQL_WLONGVARCHAR
-                            : IsText(place) ? SQL_LONGVARCHAR
-                                            : SQL_LONGVARBINARY);
-    parameter.Begin();
-    isWide ? PutWide(source, parameter) : PutBytes(source, parameter);
-    parameter.End();
-    CheckUpdated(writing.Core(), place, condition);
 }
 
 // --- MySQL ---
@@ -326,9 +311,26 @@ void ImportLob(const LobPlace& place, const std::shared_ptr<Session>& session, c
             ImportToPostgres(place, session, condition, source);
             break;
         default:
-            SendToParameter(place, session, condition, source);
+            ImportByParameter(place, session, condition, source);
             break;
     }
+}
+
+void ImportByParameter(const LobPlace& place, const std::shared_ptr<Session>& session,
+                       const Condition& condition, LobSource& source) {
+    Execution writing(session, UpdateOf(place, "?", condition), condition);
+    const bool isWide = IsText(place) && !session->Traits().narrowText;
+    SentParameter parameter(writing,
+                            isWide          ? SQL_C_WCHAR
+                            : IsText(place) ? SQL_C_CHAR
+                                            : SQL_C_BINARY,
+                            isWide          ? SQL_WLONGVARCHAR
+                            : IsText(place) ? SQL_LONGVARCHAR
+                                            : SQL_LONGVARBINARY);
+    parameter.Begin();
+    isWide ? PutWide(source, parameter) : PutBytes(source, parameter);
+    parameter.End();
+    CheckUpdated(writing.Core(), place, condition);
 }
 
 }  // namespace qxdrivers::odbc

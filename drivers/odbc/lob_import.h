@@ -17,4 +17,8 @@ namespace qxdrivers::odbc {
 void ImportLob(const LobPlace& place, const std::shared_ptr<Session>& session, const Condition& condition,
                LobSource& source);
 
+// The way of servers of which no more is known: all in one parameter, in pieces.
+void ImportByParameter(const LobPlace& place, const std::shared_ptr<Session>& session,
+                       const Condition& condition, LobSource& source);
+
 }  // namespace qxdrivers::odbc

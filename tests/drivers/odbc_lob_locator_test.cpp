@@ -3,6 +3,8 @@
 
 #include <filesystem>
 
+#include "drivers/odbc/lob_export.h"
+#include "drivers/odbc/lob_import.h"
 #include "drivers/odbc_lob_support.h"
 
 namespace {
@@ -68,23 +70,27 @@ TEST_P(LobLocators, ExportAndImportOneValue) {
 }
 
 // Around the sizes of parts and pieces, with characters that these cut.
-TEST_P(LobLocators, ValuesAroundTheSizeOfAPart) {
-    constexpr std::size_t part = 16 * 1024 * 1024;
+TEST_P(LobLocators, ValuesAroundTheSizesOfParts) {
+    constexpr std::size_t piece = 64 * 1024;
+    constexpr std::size_t sent = 256 * 1024;
+    constexpr std::size_t part = 1024 * 1024;
     qxdb::Connection connection = OpenLobs(OnMariaDB());
     TestTable table(connection, "lob_parts", Columns());
     RunAll(connection, "INSERT INTO lob_parts(n, t, b) VALUES(7, '', '')");
-    const std::string select = "SELECT n, t, b FROM lob_parts";
+    const std::string select = "SELECT n, t, b FROM lob_parts WHERE n > 7";
     const TestFile target("target");
     Cells row{"7", "", ""};
-    for (const std::size_t size : {part, part + 1}) {
+    for (const std::size_t size : {piece - 1, piece, piece + 1, sent - 1, sent, sent + 1, part - 1, part,
+                                   part + 1, 2 * part, 4 * part + 5}) {
         std::string bytes(size, '\0');
-        std::string text;
         for (std::size_t i = 0; i < size; ++i) {
             bytes[i] = static_cast<char>(i * 31 + i / 256);
         }
-        while (text.size() < size) {
-            text += "\xF0\x9F\x98\x80\xC3\xA4z";
+        std::string text = "\xF0\x9F\x98\x80";
+        while (text.size() + 4 <= size) {
+            text += text.size() % 7 == 0 ? "\xC3\xA4z" : "\xF0\x9F\x98\x80";
         }
+        text.append(size - std::min(size, text.size()), 'x');
         for (const unsigned int column : {1u, 2u}) {
             const TestFile source("source", column == 1 ? text : bytes);
             qxdb::LobLocator locator = LocatorOf(connection, select, column, "lob_parts");
@@ -203,6 +209,46 @@ TEST_P(LobLocators, WithinATransaction) {
     RunAll(connection, "ROLLBACK");
     locator.Export(target.name, connection, &row);
     EXPECT_EQ(target.Content(), "before");
+}
+
+// What servers get of which no more is known: one parameter, and one result.
+TEST_P(LobLocators, InOnePiece) {
+    using namespace qxdrivers::odbc;
+    qxdb::Connection connection = OpenLobs(OnMariaDB());
+    TestTable table(connection, "lob_plain", Columns());
+    RunAll(connection, "INSERT INTO lob_plain(n, t, b) VALUES(1, 'old', 'old'), (2, 'other', 'other')");
+    const std::shared_ptr<Session> session = Session::Open(
+        OnMariaDB() ? qxtest::MariaDB("CHARSET=utf8mb4") : qxtest::Postgres("", "unlimited=lob"));
+    LobPlace place;
+    place.table = place.source = "lob_plain";
+    Condition one;
+    one.sql = " WHERE n = 1";
+    Condition none;
+    none.sql = " WHERE n = 5";
+    const TestFile target("target");
+    std::string longText;
+    for (int i = 0; i < 40000; ++i) {
+        longText += i % 5 == 0 ? "\xC3\xA4z" : "\xF0\x9F\x98\x80";
+    }
+    for (const bool isText : {true, false}) {
+        place.column = isText ? "t" : "b";
+        place.type.kind = isText ? ValueKind::CharacterLob : ValueKind::BinaryLob;
+        const std::string bytes = isText ? someText : std::string("\0\xFF\x80\n\r'\\", 7);
+        for (const std::string& content :
+             {bytes, std::string(), std::string(65536, 'x'), isText ? longText : bytes + longText}) {
+            const TestFile file("source", content);
+            LobSource source(file.name);
+            ImportByParameter(place, session, one, source);
+            ExportByResult(place, session, one, target.name);
+            EXPECT_EQ(target.Content().size(), content.size());
+            EXPECT_TRUE(target.Content() == content);
+            LobSource again(file.name);
+            const std::string gone = "The row of the large object is not in lob_plain any more";
+            EXPECT_EQ(FailureOf([&] { ImportByParameter(place, session, none, again); }).text, gone);
+            EXPECT_EQ(FailureOf([&] { ExportByResult(place, session, none, target.name); }).text, gone);
+        }
+    }
+    EXPECT_EQ(Rows(connection, "SELECT t, b FROM lob_plain WHERE n = 2"), Lines{"other|6F74686572"});
 }
 
 // When the clock of the session is set back it shows a time twice, and two rows look the same.
