@@ -1,7 +1,6 @@
 #include "drivers/odbc/lob_import.h"
 
-#include <algorithm>
-#include <cstdint>
+#include <limits>
 #include <random>
 #include <string_view>
 #include <vector>
@@ -299,10 +298,26 @@ void ImportToPostgres(const LobPlace& place, const std::shared_ptr<Session>& ses
     transaction.Commit();
 }
 
+// What can't fit any column is told before the server has taken all of it in.
+void CheckLength(const LobSource& source, Family family) {
+    constexpr __int64 longestOfMySQL = 0xFFFFFFFF;
+    constexpr __int64 longestOfPostgres = 0x3FFFFFFF - 4;  // with its own length a gigabyte
+    const __int64 longest = family == Family::MySQL        ? longestOfMySQL
+                            : family == Family::PostgreSQL ? longestOfPostgres
+                                                           : std::numeric_limits<__int64>::max();
+    if (source.Size().value_or(0) > longest) {
+        ThrowRefusal("\"" + source.Name() + "\" has " + std::to_string(*source.Size()) +
+                         " bytes, and the longest value that the server has is one of " +
+                         std::to_string(longest),
+                     "54000");
+    }
+}
+
 }  // namespace
 
 void ImportLob(const LobPlace& place, const std::shared_ptr<Session>& session, const Condition& condition,
                LobSource& source) {
+    CheckLength(source, session->Traits().family);
     switch (session->Traits().family) {
         case Family::MySQL:
             ImportToMySQL(place, session, condition, source);

@@ -235,6 +235,19 @@ TEST_P(LobFailures, AnImportOfAFileThatIsNotThere) {
     EXPECT_EQ(Values(), Unchanged());
 }
 
+// Longer than any value of the server's, and without a byte on the disk.
+TEST_P(LobFailures, AnImportOfAFileThatIsTooLong) {
+    const std::string longest = OnMariaDB() ? "4294967295" : "1073741819";
+    const TestFile source("source", "");
+    std::filesystem::resize_file(source.name, std::stoull(longest) + 1);
+    Cells row = cells;
+    const Failure failure = FailureOf([&] { Locator(2).Import(source.name, connection, &row); });
+    EXPECT_EQ(failure.text, "\"" + source.name + "\" has " + std::to_string(std::stoull(longest) + 1) +
+                                " bytes, and the longest value that the server has is one of " + longest);
+    EXPECT_EQ(failure.state, "54000");
+    EXPECT_EQ(Values(), Unchanged());
+}
+
 TEST_P(LobFailures, AnImportOfAFileThatChangesMeanwhile) {
     for (const std::size_t size : sizes) {
         for (const std::size_t later : {size / 2, size + 1}) {
