@@ -11,6 +11,7 @@
 #include "drivers/odbc/lob_export.h"
 #include "drivers/odbc/lob_import.h"
 #include "drivers/odbc_lob_support.h"
+#include "support/files.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ using qxtest::OpenMariaDB;
 using qxtest::OpenPostgres;
 using qxtest::Rows;
 using qxtest::RunAll;
-using qxtest::SameContent;
+using qxtest::ScratchFolder;
 using qxtest::TestFile;
 using qxtest::TestTable;
 using Cells = std::list<std::string>;
@@ -39,31 +40,6 @@ bool Await(qxdb::Connection connection, const std::string& sql) {
     }
     return true;
 }
-
-// A directory of the test's own, removed with all that is in it.
-class TestDirectory {
-  public:
-    TestDirectory() : name(testing::TempDir() + "qx_lob_directory_" + std::to_string(getpid())) {
-        std::filesystem::remove_all(name);
-        std::filesystem::create_directory(name);
-    }
-    ~TestDirectory() {
-        std::error_code ignored;
-        std::filesystem::remove_all(name, ignored);
-    }
-    TestDirectory(const TestDirectory&) = delete;
-    TestDirectory& operator=(const TestDirectory&) = delete;
-
-    std::vector<std::string> Files() const {
-        std::vector<std::string> files;
-        for (const auto& entry : std::filesystem::directory_iterator(name)) {
-            files.push_back(entry.path().filename());
-        }
-        return files;
-    }
-
-    const std::string name;
-};
 
 // A table with one row, "old" in both its large objects, a connection to look at it and one that transfers.
 class LobFailures : public testing::TestWithParam<bool> {
@@ -156,31 +132,28 @@ const std::size_t sizes[] = {1000, 3000000};
 // --- Exports ---
 
 TEST_P(LobFailures, AnExportThatFailsLeavesItsTarget) {
-    const TestDirectory directory;
-    const std::string target = directory.name + "/target";
+    const ScratchFolder folder;
+    const std::string target = folder.File("target");
     Cells missing{"3", "", ""};
     Cells bad{"x", "", ""};
     Cells row = cells;
     for (const bool exists : {false, true}) {
         if (exists) {
-            std::ofstream(target) << "kept";
+            qxtest::PutFile(target, "kept");
         }
         for (const unsigned int column : {1u, 2u}) {
             qxdb::LobLocator locator = Locator(column);
             EXPECT_EQ(FailureOf([&] { locator.Export(target, connection, &missing); }).text, gone);
             EXPECT_EQ(FailureOf([&] { locator.Export(target, connection, &bad); }).state, "22018");
         }
-        EXPECT_EQ(directory.Files(), exists ? Lines{"target"} : Lines());
+        EXPECT_EQ(folder.Entries(), exists ? 1u : 0u);
     }
     // A connection that is lost.
     qxdb::LobLocator locator = Locator(1);
     EndConnection(IdOf(connection));
     EXPECT_NE(FailureOf([&] { locator.Export(target, connection, &row); }).text, "");
-    std::ifstream file(target);
-    std::string content;
-    std::getline(file, content);
-    EXPECT_EQ(content, "kept");
-    EXPECT_EQ(directory.Files(), Lines{"target"});
+    EXPECT_EQ(qxtest::FileContent(target), "kept");
+    EXPECT_EQ(folder.Entries(), 1u);
 }
 
 // The row goes, or gets company, behind the moment when it was looked for.
@@ -189,7 +162,7 @@ TEST_P(LobFailures, AnExportWhoseRowChangesMeanwhile) {
     qxdrivers::RegisterODBC();
     const std::shared_ptr<Session> session =
         Session::Open(OnMariaDB() ? qxtest::MariaDB() : qxtest::Postgres());
-    const TestDirectory directory;
+    const ScratchFolder folder;
     LobPlace place;
     place.table = place.source = "lob_failing";
     RunAll(watcher, "INSERT INTO lob_failing(n) VALUES(4)");
@@ -202,20 +175,18 @@ TEST_P(LobFailures, AnExportWhoseRowChangesMeanwhile) {
             place.type.kind = isText ? ValueKind::CharacterLob : ValueKind::BinaryLob;
             Condition condition;
             condition.sql = " WHERE n = 1 AND n = 2";
-            EXPECT_EQ(FailureOf([&] { ExportLob(place, session, condition, directory.name + "/a"); }).text,
-                      gone);
+            EXPECT_EQ(FailureOf([&] { ExportLob(place, session, condition, folder.File("a")); }).text, gone);
             condition.sql = " WHERE n <= 2";
-            const Failure two =
-                FailureOf([&] { ExportLob(place, session, condition, directory.name + "/a"); });
+            const Failure two = FailureOf([&] { ExportLob(place, session, condition, folder.File("a")); });
             EXPECT_TRUE(two.text ==
                             "The row of the large object can't be told from 1 other(s) in lob_failing" ||
                         two.state == "21000")
                 << two.text;
-            EXPECT_EQ(directory.Files(), Lines());
+            EXPECT_EQ(folder.Entries(), 0u);
             condition.sql = " WHERE n = 4";
-            ExportLob(place, session, condition, directory.name + "/a");
-            EXPECT_EQ(std::filesystem::file_size(directory.name + "/a"), 0u);
-            std::filesystem::remove(directory.name + "/a");
+            ExportLob(place, session, condition, folder.File("a"));
+            EXPECT_EQ(std::filesystem::file_size(folder.File("a")), 0u);
+            std::filesystem::remove(folder.File("a"));
         }
     }
 }
@@ -223,14 +194,14 @@ TEST_P(LobFailures, AnExportWhoseRowChangesMeanwhile) {
 // --- Imports ---
 
 TEST_P(LobFailures, AnImportOfAFileThatIsNotThere) {
-    const TestDirectory directory;
+    const ScratchFolder folder;
     for (const unsigned int column : {1u, 2u}) {
         Cells row = cells;
         qxdb::LobLocator locator = Locator(column);
-        EXPECT_EQ(FailureOf([&] { locator.Import(directory.name + "/none", connection, &row); }).text,
-                  "\"" + directory.name + "/none\" can't be read: No such file or directory");
-        EXPECT_EQ(FailureOf([&] { locator.Import(directory.name, connection, &row); }).text,
-                  "\"" + directory.name + "\" can't be read: Is a directory");
+        EXPECT_EQ(FailureOf([&] { locator.Import(folder.File("none"), connection, &row); }).text,
+                  "\"" + folder.File("none") + "\" can't be read: No such file or directory");
+        EXPECT_EQ(FailureOf([&] { locator.Import(folder.Path(), connection, &row); }).text,
+                  "\"" + folder.Path() + "\" can't be read: Is a directory");
     }
     EXPECT_EQ(Values(), Unchanged());
 }
@@ -273,8 +244,8 @@ TEST_P(LobFailures, AnImportOfAFileThatChangesMeanwhile) {
 }
 
 TEST_P(LobFailures, AnImportWhoseConnectionIsKilledBetweenPieces) {
-    const TestDirectory directory;
-    const std::string pipe = directory.name + "/pipe";
+    const ScratchFolder folder;
+    const std::string pipe = folder.File("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     const std::string id = IdOf(connection);
     qxdb::LobLocator locator = Locator(2);
@@ -294,8 +265,8 @@ TEST_P(LobFailures, AnImportWhoseConnectionIsKilledBetweenPieces) {
 
 // A pipe that is read to its end.
 TEST_P(LobFailures, AnImportFromAPipe) {
-    const TestDirectory directory;
-    const std::string pipe = directory.name + "/pipe";
+    const ScratchFolder folder;
+    const std::string pipe = folder.File("pipe");
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     for (const std::size_t size : sizes) {
         std::future<void> writer = std::async(

@@ -16,11 +16,11 @@ class ServerLobs : public testing::TestWithParam<bool> {
   protected:
     bool OnMariaDB() const { return GetParam(); }
 
-    qxdb::Connection watcher{LobRun(OnMariaDB()).watcher};
+    LobRun run{OnMariaDB()};
+    qxdb::Connection watcher = run.watcher;
     TestTable table{watcher, "lob_docs",
                     OnMariaDB() ? "id INT PRIMARY KEY, name VARCHAR(20), body LONGTEXT, image LONGBLOB"
                                 : "id integer PRIMARY KEY, name varchar(20), body text, image bytea"};
-    LobRun run{OnMariaDB()};
     const std::string target = run.folder.File("target");
     const std::string source = run.folder.File("source");
 };
