@@ -118,6 +118,25 @@ TEST_F(LobTexts, OfMariaDBThatAreTooLong) {
     }
 }
 
+// What a transfer leaves on the server is no warning of the statement behind it.
+TEST_F(LobTexts, OfMariaDBWithoutWarnings) {
+    connection = OpenWithPacket(1024 * 1024);
+    TestTable table(connection, "lob_texts", "n INT PRIMARY KEY, l LONGTEXT CHARACTER SET latin1");
+    RunAll(connection, "INSERT INTO lob_texts(n) VALUES(1)");
+    qxtest::Messages messages;
+    connection.SetCallback(&messages);
+    for (const std::string& content : Long(cyrillic)) {
+        EXPECT_NE(Import("l", content).text, "");
+        RunAll(connection, "SET @qx_text = 1");
+        CheckFits("l", euro);
+        RunAll(connection, "SET @qx_text = 1");
+    }
+    connection.SetCallback(nullptr);
+    for (const qxdb::RawMessage& message : messages.all) {
+        ADD_FAILURE() << message.text;
+    }
+}
+
 TEST_F(LobTexts, OfPostgres) {
     connection = OpenPostgres("", "unlimited=lob");
     TestTable table(connection, "lob_texts", "n integer PRIMARY KEY, u text, v varchar(2000000)");
