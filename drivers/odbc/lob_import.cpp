@@ -136,7 +136,6 @@ class StrictMode {
         session.RunSilently("SET @qxodbc_mode = @@sql_mode, SESSION sql_mode = 'STRICT_ALL_TABLES'");
     }
     ~StrictMode() {
-        session.warningsAreStale = true;  // those of the update are told as its failure
         try {
             session.RunSilently("SET SESSION sql_mode = @qxodbc_mode, @qxodbc_mode = NULL");
         } catch (...) {

@@ -8,7 +8,6 @@ TemporaryTable::TemporaryTable(const LobPlace& place, Session& owner, const std:
 }
 
 TemporaryTable::~TemporaryTable() {
-    session.warningsAreStale = true;  // what filling it has left is no warning of a later statement
     try {
         session.RunSilently("DROP TEMPORARY TABLE IF EXISTS " + name);
     } catch (...) {
