@@ -35,9 +35,12 @@ void CheckUpdated(StatementCore& core, const LobPlace& place, const Condition& c
     if (rows > 1) {
         ThrowRowNotAlone(place, rows - 1);
     }
-    if (rows == 0 &&
-        (core.Traits().family != Family::MySQL || CountRows(place, core.SharedSession(), condition) != 1)) {
-        ThrowRowGone(place);
+    if (rows == 0) {
+        const __int64 found =
+            core.Traits().family == Family::MySQL ? CountRows(place, core.SharedSession(), condition) : 0;
+        if (found != 1) {
+            found == 0 ? ThrowRowGone(place) : ThrowRowNotAlone(place, found - 1);
+        }
     }
 }
 
@@ -156,7 +159,8 @@ std::string MySQLValue(const LobPlace& place, const std::string& bytes) {
 
 void SendToMySQL(const LobPlace& place, const std::shared_ptr<Session>& session, const Condition& condition,
                  LobSource& source) {
-    Execution writing(session, UpdateOf(place, MySQLValue(place, "?"), condition), condition);
+    const Condition one = OfOneRow(place, condition);
+    Execution writing(session, UpdateOf(place, MySQLValue(place, "?"), one), one);
     SentParameter parameter(writing, SQL_C_BINARY, SQL_LONGVARBINARY);
     parameter.Begin();
     PutBytes(source, parameter);
@@ -215,21 +219,38 @@ bool RefusesLocalFiles(const Errors& errors) {
     return code == notAllowed || code == disabledOnServer || code == disabled || code == disabledInClient;
 }
 
-void LoadIntoMySQL(const LobPlace& place, const std::shared_ptr<Session>& session, const Condition& condition,
-                   const LobSource& source, __int64 packetBytes) {
-    LoadedValue value(place, *session);
+[[noreturn]] void ThrowTooLong(const LobSource& source, __int64 packetBytes, const std::string& why) {
+    ThrowRefusal("\"" + source.Name() + "\" has " + std::to_string(*source.Size()) +
+                     " bytes, of which the server takes " + std::to_string(packetBytes) +
+                     " at once (max_allowed_packet), and " + why,
+                 "54000");
+}
+
+std::unique_ptr<LoadedValue> Load(const LobPlace& place, Session& session, const LobSource& source,
+                                  __int64 packetBytes) {
+    std::unique_ptr<LoadedValue> value;
     try {
-        value.Load(source);
+        value = std::make_unique<LoadedValue>(place, session);
+    } catch (const Errors& errors) {
+        ThrowTooLong(source, packetBytes,
+                     "a temporary table can't be made: " + errors.GetNextError().GetErrorDescription());
+    }
+    try {
+        value->Load(source);
     } catch (const Errors& errors) {
         if (!RefusesLocalFiles(errors)) {
             throw;
         }
-        ThrowRefusal("\"" + source.Name() + "\" has " + std::to_string(*source.Size()) +
-                         " bytes, of which the server takes " + std::to_string(packetBytes) +
-                         " at once (max_allowed_packet), and LOAD DATA LOCAL is not allowed (local_infile)",
-                     "54000");
+        ThrowTooLong(source, packetBytes, "LOAD DATA LOCAL is not allowed (local_infile)");
     }
-    Execution writing(session, UpdateOf(place, MySQLValue(place, value.Value()), condition), condition);
+    return value;
+}
+
+void LoadIntoMySQL(const LobPlace& place, const std::shared_ptr<Session>& session, const Condition& condition,
+                   const LobSource& source, __int64 packetBytes) {
+    const std::unique_ptr<LoadedValue> value = Load(place, *session, source, packetBytes);
+    const Condition one = OfOneRow(place, condition);
+    Execution writing(session, UpdateOf(place, MySQLValue(place, value->Value()), one), one);
     writing.BindCondition(0);
     writing.Execute();
     CheckUpdated(writing.Core(), place, condition);
@@ -238,12 +259,11 @@ void LoadIntoMySQL(const LobPlace& place, const std::shared_ptr<Session>& sessio
 void ImportToMySQL(const LobPlace& place, const std::shared_ptr<Session>& session, const Condition& condition,
                    LobSource& source) {
     const StrictMode mode(*session);
-    const Condition one = OfOneRow(place, condition);
     const __int64 packet = session->QueryNumber("SELECT @@max_allowed_packet", 0);
     if (packet > 0 && source.Size() && *source.Size() > packet) {
-        LoadIntoMySQL(place, session, one, source, packet);
+        LoadIntoMySQL(place, session, condition, source, packet);
     } else {
-        SendToMySQL(place, session, one, source);
+        SendToMySQL(place, session, condition, source);
     }
 }
 

@@ -206,6 +206,31 @@ TEST_P(LobFailures, AnImportOfAFileThatIsNotThere) {
     EXPECT_EQ(Values(), Unchanged());
 }
 
+// A second row of the same key, which a NULL in it allows, comes behind the moment when the rows were
+// counted.
+TEST_P(LobFailures, AnImportWhoseRowGetsCompany) {
+    using namespace qxdrivers::odbc;
+    const std::shared_ptr<Session> session =
+        Session::Open(OnMariaDB() ? qxtest::MariaDB() : qxtest::Postgres());
+    LobPlace place;
+    place.table = place.source = "lob_failing";
+    Condition both;
+    both.sql = " WHERE n <= 2";
+    both.hasNull = true;
+    for (const std::size_t size : sizes) {
+        for (const bool isText : {true, false}) {
+            place.column = isText ? "t" : "b";
+            place.type.kind = isText ? ValueKind::CharacterLob : ValueKind::BinaryLob;
+            const TestFile file("source", std::string(size, 'n'));
+            LobSource source(file.name);
+            EXPECT_EQ(FailureOf([&] { ImportLob(place, session, both, source); }).text,
+                      "The row of the large object can't be told from 1 other(s) in lob_failing");
+        }
+    }
+    EXPECT_EQ(Values(), Unchanged());
+    EXPECT_EQ(Rows(watcher, "SELECT t FROM lob_failing WHERE n = 2"), Lines{"other"});
+}
+
 // Longer than any value of the server's, and without a byte on the disk.
 TEST_P(LobFailures, AnImportOfAFileThatIsTooLong) {
     const std::string longest = OnMariaDB() ? "4294967295" : "1073741819";

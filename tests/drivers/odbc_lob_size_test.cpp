@@ -17,6 +17,7 @@ namespace {
 using qxtest::FailureOf;
 using qxtest::LocatorOf;
 using qxtest::memoryCounts;
+using qxtest::OpenAs;
 using qxtest::OpenLobs;
 using qxtest::OpenMariaDB;
 using qxtest::OpenWithPacket;
@@ -216,6 +217,29 @@ TEST(LobsLongerThanAPacket, AreRefusedWithoutLocalFiles) {
     EXPECT_EQ(Rows(connection, "SELECT OCTET_LENGTH(t) FROM lob_packets"), Lines{std::to_string(packet)});
 }
 
+TEST(LobsLongerThanAPacket, AreRefusedWithoutTemporaryTables) {
+    qxdb::Connection owner = OpenMariaDB();
+    TestTable table(owner, "lob_packets", packetColumns);
+    RunAll(owner, "INSERT INTO lob_packets VALUES(1, 'old', 'old')");
+    RunAll(owner, "DROP USER IF EXISTS qx_lob_writer@localhost");
+    RunAll(owner, "CREATE USER qx_lob_writer@localhost IDENTIFIED BY 'writing'");
+    RunAll(owner, "GRANT SELECT, UPDATE ON qx.lob_packets TO qx_lob_writer@localhost");
+    {
+        qxdb::Connection writer = OpenWithPacket(packet, "UID=qx_lob_writer;PWD=writing");
+        const TestFile tooLong("long", std::string(packet + 1, 'n'));
+        Cells row{"1", "", ""};
+        qxdb::LobLocator locator =
+            LocatorOf(writer, "SELECT n, t, b FROM lob_packets WHERE n > 1", 1, "lob_packets");
+        EXPECT_EQ(FailureOf([&] { locator.Import(tooLong.name, writer, &row); }).text,
+                  "\"" + tooLong.name +
+                      "\" has 1048577 bytes, of which the server takes 1048576 at once (max_allowed_packet), "
+                      "and a temporary table can't be made: Access denied for user "
+                      "'qx_lob_writer'@'localhost' to database 'qx'");
+    }
+    EXPECT_EQ(Rows(owner, "SELECT t FROM lob_packets"), Lines{"old"});
+    RunAll(owner, "DROP USER qx_lob_writer@localhost");
+}
+
 // Of a pipe nobody knows how long it is. The server refuses what is too long.
 TEST(LobsLongerThanAPacket, FromAPipe) {
     qxdb::Connection connection = OpenWithPacket(packet);
@@ -249,11 +273,7 @@ TEST(LobsLongerThanAPacket, ExportsOfAReader) {
     RunAll(owner, "CREATE USER qx_lob_reader@localhost IDENTIFIED BY 'reading'");
     RunAll(owner, "GRANT SELECT ON qx.lob_packets TO qx_lob_reader@localhost");
     {
-        qxdb::ConnectionDef definition(
-            qxdb::DBTYPE_UNSET,
-            qxtest::TestServers().Get("QX_MARIADB_DRIVER") + ";UID=qx_lob_reader;PWD=reading", "", "", "odbc",
-            "");
-        qxdb::Connection reader = definition.Connect();
+        qxdb::Connection reader = OpenAs("UID=qx_lob_reader;PWD=reading");
         const TestFile target("target");
         for (const unsigned int column : {1u, 2u}) {
             qxdb::LobLocator locator =

@@ -60,13 +60,20 @@ inline qxdb::Connection OpenLobs(bool mariadb) {
     return mariadb ? OpenMariaDB() : OpenPostgres("", "unlimited=lob");
 }
 
+// A connection to MariaDB of another user: "UID=name;PWD=password".
+inline qxdb::Connection OpenAs(const std::string& user) {
+    return qxdb::ConnectionDef(qxdb::DBTYPE_UNSET, TestServers().Get("QX_MARIADB_DRIVER") + ";" + user, "",
+                               "", "odbc", "")
+        .Connect();
+}
+
 // A connection to MariaDB that takes packets of that many bytes: the server's limit is changed while it is
 // made.
-inline qxdb::Connection OpenWithPacket(std::size_t bytes) {
+inline qxdb::Connection OpenWithPacket(std::size_t bytes, const std::string& user = "") {
     qxdb::Connection owner = OpenMariaDB();
     const std::string before = Rows(owner, "SELECT @@GLOBAL.max_allowed_packet").at(0);
     RunAll(owner, "SET GLOBAL max_allowed_packet = " + std::to_string(bytes));
-    qxdb::Connection limited = OpenMariaDB();
+    qxdb::Connection limited = user.empty() ? OpenMariaDB() : OpenAs(user);
     RunAll(owner, "SET GLOBAL max_allowed_packet = " + before);
     EXPECT_EQ(Rows(limited, "SELECT @@max_allowed_packet"), std::vector<std::string>{std::to_string(bytes)});
     return limited;
