@@ -5,8 +5,8 @@
 #include <stdexcept>
 
 #if defined(__SANITIZE_ADDRESS__)
-// PostgreSQL's driver loses some bytes with some failures.
-extern "C" const char* __lsan_default_suppressions();
+// PostgreSQL's driver loses some bytes with some failures. The library of the sanitizer has to see this.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions();
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:psqlodbcw.so\n";
 }
