@@ -10,6 +10,7 @@
 #include <future>
 #include <iostream>
 
+#include "drivers/odbc/lob_import.h"
 #include "drivers/odbc_lob_support.h"
 
 namespace {
@@ -21,6 +22,7 @@ using qxtest::OpenAs;
 using qxtest::OpenLobs;
 using qxtest::OpenMariaDB;
 using qxtest::OpenWithPacket;
+using qxtest::PacketLimit;
 using qxtest::Rows;
 using qxtest::RunAll;
 using qxtest::SameContent;
@@ -260,6 +262,36 @@ TEST(LobsLongerThanAPacket, FromAPipe) {
         EXPECT_EQ(Rows(connection, "SELECT COUNT(*) FROM lob_packets WHERE t = 'old' AND b = 'old'"),
                   Lines{"1"});
     }
+}
+
+// The client library reads the file, and not this library.
+TEST(LobsLongerThanAPacket, FilesThatChangeMeanwhile) {
+    using namespace qxdrivers::odbc;
+    qxdb::Connection owner = OpenMariaDB();
+    TestTable table(owner, "lob_packets", packetColumns);
+    RunAll(owner, "INSERT INTO lob_packets VALUES(1, 'old', 'old')");
+    std::shared_ptr<Session> session;
+    {
+        const PacketLimit limit(packet);
+        session = Session::Open(qxtest::MariaDB());
+    }
+    LobPlace place;
+    place.table = place.source = "lob_packets";
+    place.column = "b";
+    place.type.kind = ValueKind::BinaryLob;
+    Condition condition;
+    condition.sql = " WHERE n = 1";
+    for (const std::size_t later : {packet / 2, 2 * packet}) {
+        const TestFile file("source", std::string(packet + 1, 'n'));
+        LobSource source(file.name);
+        std::filesystem::resize_file(file.name, later);
+        EXPECT_EQ(FailureOf([&] { ImportLob(place, session, condition, source); }).text,
+                  "\"" + file.name + "\" has changed while it was read: it had 1048577 bytes, and then " +
+                      std::to_string(later));
+        std::filesystem::remove(file.name);
+        EXPECT_NE(FailureOf([&] { ImportLob(place, session, condition, source); }).text, "");
+    }
+    EXPECT_EQ(Rows(owner, "SELECT t, b FROM lob_packets"), Lines{"old|6F6C64"});
 }
 
 // Who may only read has no temporary tables; a variable of the session does.

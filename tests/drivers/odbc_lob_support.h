@@ -67,14 +67,24 @@ inline qxdb::Connection OpenAs(const std::string& user) {
         .Connect();
 }
 
-// A connection to MariaDB that takes packets of that many bytes: the server's limit is changed while it is
-// made.
-inline qxdb::Connection OpenWithPacket(std::size_t bytes, const std::string& user = "") {
+// While it lives, new connections to MariaDB take packets of that many bytes.
+class PacketLimit {
+  public:
+    explicit PacketLimit(std::size_t bytes) {
+        RunAll(owner, "SET GLOBAL max_allowed_packet = " + std::to_string(bytes));
+    }
+    ~PacketLimit() { RunAll(owner, "SET GLOBAL max_allowed_packet = " + before); }
+    PacketLimit(const PacketLimit&) = delete;
+    PacketLimit& operator=(const PacketLimit&) = delete;
+
+  private:
     qxdb::Connection owner = OpenMariaDB();
     const std::string before = Rows(owner, "SELECT @@GLOBAL.max_allowed_packet").at(0);
-    RunAll(owner, "SET GLOBAL max_allowed_packet = " + std::to_string(bytes));
+};
+
+inline qxdb::Connection OpenWithPacket(std::size_t bytes, const std::string& user = "") {
+    const PacketLimit limit(bytes);
     qxdb::Connection limited = user.empty() ? OpenMariaDB() : OpenAs(user);
-    RunAll(owner, "SET GLOBAL max_allowed_packet = " + before);
     EXPECT_EQ(Rows(limited, "SELECT @@max_allowed_packet"), std::vector<std::string>{std::to_string(bytes)});
     return limited;
 }
