@@ -38,8 +38,8 @@ class DatacopyTest : public ScriptTest {
     };
 
     void RegisterCopy() {
-        qxdbop::RegisterDatacopy([this](const qxdbop::ServerIdentifier& server) {
-            return std::make_unique<Copy>(*this, server.GetDataSourceName());
+        qxdbop::RegisterDatacopy([this](const qxdbop::ServerIdentifier& source) {
+            return std::make_unique<Copy>(*this, source.GetDataSourceName());
         });
     }
 
