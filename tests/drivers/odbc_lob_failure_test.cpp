@@ -21,6 +21,7 @@ using qxtest::LocatorOf;
 using qxtest::OpenLobs;
 using qxtest::OpenMariaDB;
 using qxtest::OpenPostgres;
+using qxtest::OwnName;
 using qxtest::Rows;
 using qxtest::RunAll;
 using qxtest::ScratchFolder;
@@ -48,17 +49,19 @@ class LobFailures : public testing::TestWithParam<bool> {
 
     void SetUp() override {
         std::signal(SIGPIPE, SIG_IGN);
-        RunAll(watcher, "INSERT INTO lob_failing VALUES(1, 'old', 'old'), (2, 'other', 'other')");
+        RunAll(watcher,
+               "INSERT INTO " + OwnName("lob_failing") + " VALUES(1, 'old', 'old'), (2, 'other', 'other')");
         for (qxdb::Connection each : {watcher, locker, connection}) {
             RunAll(each, OnMariaDB() ? "SET lock_wait_timeout = 20" : "SET statement_timeout = 20000");
         }
-        const std::string select = "SELECT n, t, b FROM lob_failing WHERE n > 5";
-        locators = {LocatorOf(connection, select, 1, "lob_failing"),
-                    LocatorOf(connection, select, 2, "lob_failing")};
+        const std::string select = "SELECT n, t, b FROM " + OwnName("lob_failing") + " WHERE n > 5";
+        locators = {LocatorOf(connection, select, 1, OwnName("lob_failing")),
+                    LocatorOf(connection, select, 2, OwnName("lob_failing"))};
     }
     // The large objects of the first row, and how many objects transfers have left behind.
     Lines Values() {
-        Lines values = Rows(watcher, "SELECT COUNT(*) FROM lob_failing WHERE n = 1 AND t = 'old' AND b = " +
+        Lines values = Rows(watcher, "SELECT COUNT(*) FROM " + OwnName("lob_failing") +
+                                         " WHERE n = 1 AND t = 'old' AND b = " +
                                          std::string(OnMariaDB() ? "'old'" : "'old'::bytea"));
         if (!OnMariaDB()) {
             values.push_back(Rows(watcher, "SELECT COUNT(*) FROM pg_largeobject_metadata").at(0));
@@ -86,14 +89,15 @@ class LobFailures : public testing::TestWithParam<bool> {
                                         " AND wait_event_type = 'Lock'");
     }
     void LockTable() {
-        RunAll(locker, OnMariaDB() ? "LOCK TABLES lob_failing WRITE" : "BEGIN");
+        RunAll(locker, OnMariaDB() ? "LOCK TABLES " + OwnName("lob_failing") + " WRITE" : "BEGIN");
         if (!OnMariaDB()) {
-            RunAll(locker, "LOCK TABLE lob_failing IN ACCESS EXCLUSIVE MODE");
+            RunAll(locker, "LOCK TABLE " + OwnName("lob_failing") + " IN ACCESS EXCLUSIVE MODE");
         }
     }
     void UnlockTable() { RunAll(locker, OnMariaDB() ? "UNLOCK TABLES" : "COMMIT"); }
     // In a transaction of `locker`.
-    void LockRow(const std::string& sql = "SELECT n FROM lob_failing WHERE n = 1 FOR UPDATE") {
+    void LockRow(const std::string& sql = "SELECT n FROM " + OwnName("lob_failing") +
+                                          " WHERE n = 1 FOR UPDATE") {
         RunAll(locker, "BEGIN");
         RunAll(locker, sql);
     }
@@ -117,7 +121,7 @@ class LobFailures : public testing::TestWithParam<bool> {
 
     qxdb::Connection watcher = OpenLobs(OnMariaDB());
     TestTable table{
-        watcher, "lob_failing",
+        watcher, OwnName("lob_failing"),
         OnMariaDB() ? "n INT PRIMARY KEY, t LONGTEXT, b LONGBLOB" : "n integer PRIMARY KEY, t text, b bytea"};
     qxdb::Connection locker = OpenLobs(OnMariaDB());
     qxdb::Connection connection = OpenLobs(OnMariaDB());
@@ -125,7 +129,7 @@ class LobFailures : public testing::TestWithParam<bool> {
     const Cells cells{"1", "", ""};
 };
 
-const std::string gone = "The row of the large object is not in lob_failing any more";
+const std::string gone = "The row of the large object is not in " + OwnName("lob_failing") + " any more";
 // In one piece, and in several on every server.
 const std::size_t sizes[] = {1000, 3000000};
 
@@ -164,10 +168,10 @@ TEST_P(LobFailures, AnExportWhoseRowChangesMeanwhile) {
         Session::Open(OnMariaDB() ? qxtest::MariaDB() : qxtest::Postgres());
     const ScratchFolder folder;
     LobPlace place;
-    place.table = place.source = "lob_failing";
-    RunAll(watcher, "INSERT INTO lob_failing(n) VALUES(4)");
+    place.table = place.source = OwnName("lob_failing");
+    RunAll(watcher, "INSERT INTO " + OwnName("lob_failing") + "(n) VALUES(4)");
     for (const std::size_t size : sizes) {
-        RunAll(watcher, "UPDATE lob_failing SET t = repeat('x', " + std::to_string(size) +
+        RunAll(watcher, "UPDATE " + OwnName("lob_failing") + " SET t = repeat('x', " + std::to_string(size) +
                             "), b = " + (OnMariaDB() ? "t" : "t::bytea") + " WHERE n < 4");
         for (const bool isText : {true, false}) {
             SCOPED_TRACE(std::to_string(size) + (isText ? " text" : " bytes"));
@@ -178,8 +182,8 @@ TEST_P(LobFailures, AnExportWhoseRowChangesMeanwhile) {
             EXPECT_EQ(FailureOf([&] { ExportLob(place, session, condition, folder.File("a")); }).text, gone);
             condition.sql = " WHERE n <= 2";
             const Failure two = FailureOf([&] { ExportLob(place, session, condition, folder.File("a")); });
-            EXPECT_TRUE(two.text ==
-                            "The row of the large object can't be told from 1 other(s) in lob_failing" ||
+            EXPECT_TRUE(two.text == "The row of the large object can't be told from 1 other(s) in " +
+                                        OwnName("lob_failing") ||
                         two.state == "21000")
                 << two.text;
             EXPECT_EQ(folder.Entries(), 0u);
@@ -213,7 +217,7 @@ TEST_P(LobFailures, AnImportWhoseRowGetsCompany) {
     const std::shared_ptr<Session> session =
         Session::Open(OnMariaDB() ? qxtest::MariaDB() : qxtest::Postgres());
     LobPlace place;
-    place.table = place.source = "lob_failing";
+    place.table = place.source = OwnName("lob_failing");
     Condition both;
     both.sql = " WHERE n <= 2";
     both.hasNull = true;
@@ -223,12 +227,13 @@ TEST_P(LobFailures, AnImportWhoseRowGetsCompany) {
             place.type.kind = isText ? ValueKind::CharacterLob : ValueKind::BinaryLob;
             const TestFile file("source", std::string(size, 'n'));
             LobSource source(file.name);
-            EXPECT_EQ(FailureOf([&] { ImportLob(place, session, both, source); }).text,
-                      "The row of the large object can't be told from 1 other(s) in lob_failing");
+            EXPECT_EQ(
+                FailureOf([&] { ImportLob(place, session, both, source); }).text,
+                "The row of the large object can't be told from 1 other(s) in " + OwnName("lob_failing"));
         }
     }
     EXPECT_EQ(Values(), Unchanged());
-    EXPECT_EQ(Rows(watcher, "SELECT t FROM lob_failing WHERE n = 2"), Lines{"other"});
+    EXPECT_EQ(Rows(watcher, "SELECT t FROM " + OwnName("lob_failing") + " WHERE n = 2"), Lines{"other"});
 }
 
 // Longer than any value of the server's, and without a byte on the disk.
@@ -299,7 +304,7 @@ TEST_P(LobFailures, AnImportFromAPipe) {
         Cells row = cells;
         Locator(1).Import(pipe, connection, &row);
         writer.get();
-        EXPECT_EQ(Rows(watcher, "SELECT OCTET_LENGTH(t) FROM lob_failing WHERE n = 1"),
+        EXPECT_EQ(Rows(watcher, "SELECT OCTET_LENGTH(t) FROM " + OwnName("lob_failing") + " WHERE n = 1"),
                   Lines{std::to_string(size)});
     }
 }
@@ -316,17 +321,17 @@ TEST_P(LobFailures, AnImportThatWaitsForARow) {
         RunAll(locker, "ROLLBACK");
         EXPECT_EQ(Values(), Unchanged());
         // The row gets another key, or goes.
-        for (const char* const change :
-             {"UPDATE lob_failing SET n = 7 WHERE n = 1", "DELETE FROM lob_failing WHERE n = 1"}) {
+        for (const std::string& change : {"UPDATE " + OwnName("lob_failing") + " SET n = 7 WHERE n = 1",
+                                          "DELETE FROM " + OwnName("lob_failing") + " WHERE n = 1"}) {
             LockRow(change);
             failure = ImportBlocked(2, source.name, [&](const std::string&) { RunAll(locker, "COMMIT"); });
             EXPECT_EQ(failure.text, gone);
             EXPECT_EQ(failure.state, "02000");
-            RunAll(watcher, "DELETE FROM lob_failing WHERE n = 7");
-            RunAll(watcher, "INSERT INTO lob_failing VALUES(1, 'old', 'old')");
+            RunAll(watcher, "DELETE FROM " + OwnName("lob_failing") + " WHERE n = 7");
+            RunAll(watcher, "INSERT INTO " + OwnName("lob_failing") + " VALUES(1, 'old', 'old')");
         }
         EXPECT_EQ(Values(), Unchanged());
-        EXPECT_EQ(Rows(watcher, "SELECT t FROM lob_failing WHERE n = 2"), Lines{"other"});
+        EXPECT_EQ(Rows(watcher, "SELECT t FROM " + OwnName("lob_failing") + " WHERE n = 2"), Lines{"other"});
     }
     // Killed at last.
     const TestFile source("source", std::string(sizes[1], 'n'));
@@ -368,13 +373,15 @@ TEST_P(LobFailures, AnImportInATransactionOfTheUsers) {
     for (const std::size_t size : sizes) {
         const TestFile broken("source", std::string(size, 'n') + "\xC3\x28");
         RunAll(connection, "BEGIN");
-        RunAll(connection, "UPDATE lob_failing SET t = 'changed' WHERE n = 2");
+        RunAll(connection, "UPDATE " + OwnName("lob_failing") + " SET t = 'changed' WHERE n = 2");
         qxdb::LobLocator locator = Locator(1);
         EXPECT_NE(FailureOf([&] { locator.Import(broken.name, connection, &row); }).text, "");
-        EXPECT_EQ(Rows(connection, "SELECT t FROM lob_failing ORDER BY n"), (Lines{"old", "changed"}));
+        EXPECT_EQ(Rows(connection, "SELECT t FROM " + OwnName("lob_failing") + " ORDER BY n"),
+                  (Lines{"old", "changed"}));
         RunAll(connection, "COMMIT");
-        EXPECT_EQ(Rows(watcher, "SELECT t FROM lob_failing ORDER BY n"), (Lines{"old", "changed"}));
-        RunAll(watcher, "UPDATE lob_failing SET t = 'other' WHERE n = 2");
+        EXPECT_EQ(Rows(watcher, "SELECT t FROM " + OwnName("lob_failing") + " ORDER BY n"),
+                  (Lines{"old", "changed"}));
+        RunAll(watcher, "UPDATE " + OwnName("lob_failing") + " SET t = 'other' WHERE n = 2");
         EXPECT_EQ(Values(), Unchanged());
     }
 }

@@ -22,6 +22,7 @@ using qxtest::OpenAs;
 using qxtest::OpenLobs;
 using qxtest::OpenMariaDB;
 using qxtest::OpenWithPacket;
+using qxtest::OwnName;
 using qxtest::PacketLimit;
 using qxtest::Rows;
 using qxtest::RunAll;
@@ -133,11 +134,11 @@ class LargeLobs : public testing::TestWithParam<bool> {
 
 TEST_P(LargeLobs, GoInPieces) {
     qxdb::Connection connection = OpenLobs(OnMariaDB());
-    TestTable table(connection, "lob_large", Columns());
-    RunAll(connection, "INSERT INTO lob_large(n, t, b) VALUES(1, '', '')");
-    CheckTransfer(connection, "lob_large", 2, LargeSize(48000000));
-    RunAll(connection, "UPDATE lob_large SET b = NULL");
-    CheckTransfer(connection, "lob_large", 1, LargeSize(48000000));
+    TestTable table(connection, OwnName("lob_large"), Columns());
+    RunAll(connection, "INSERT INTO " + OwnName("lob_large") + "(n, t, b) VALUES(1, '', '')");
+    CheckTransfer(connection, OwnName("lob_large"), 2, LargeSize(48000000));
+    RunAll(connection, "UPDATE " + OwnName("lob_large") + " SET b = NULL");
+    CheckTransfer(connection, OwnName("lob_large"), 1, LargeSize(48000000));
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, LargeLobs, testing::Values(true, false),
@@ -162,14 +163,14 @@ const std::string packetColumns = "n INT PRIMARY KEY, t LONGTEXT, b LONGBLOB";
 
 TEST(LobsLongerThanAPacket, GoThereAndBack) {
     qxdb::Connection connection = OpenWithPacket(packet);
-    TestTable table(connection, "lob_packets", packetColumns);
-    RunAll(connection, "INSERT INTO lob_packets VALUES(1, '', ''), (2, 'other', 'other')");
+    TestTable table(connection, OwnName("lob_packets"), packetColumns);
+    RunAll(connection, "INSERT INTO " + OwnName("lob_packets") + " VALUES(1, '', ''), (2, 'other', 'other')");
     for (const std::size_t size : {packet - 1, packet, packet + 1, 5 * packet + 7}) {
         for (const unsigned int column : {1u, 2u}) {
-            CheckTransfer(connection, "lob_packets", column, size);
+            CheckTransfer(connection, OwnName("lob_packets"), column, size);
         }
     }
-    EXPECT_EQ(Rows(connection, "SELECT t FROM lob_packets WHERE n = 2"), Lines{"other"});
+    EXPECT_EQ(Rows(connection, "SELECT t FROM " + OwnName("lob_packets") + " WHERE n = 2"), Lines{"other"});
     // Nothing of the driver's own is left.
     EXPECT_EQ(FailureOf(connection, "SELECT * FROM qxodbc_lob").code, 1146);
     EXPECT_EQ(Rows(connection, "SELECT @qxodbc_lob IS NULL AND @qxodbc_mode IS NULL"), Lines{"1"});
@@ -178,17 +179,18 @@ TEST(LobsLongerThanAPacket, GoThereAndBack) {
 // Names of files are quoted as the server reads them, whatever its mode.
 TEST(LobsLongerThanAPacket, FilesOfAnyName) {
     qxdb::Connection connection = OpenWithPacket(packet);
-    TestTable table(connection, "lob_packets", packetColumns);
-    RunAll(connection, "INSERT INTO lob_packets VALUES(1, '', '')");
+    TestTable table(connection, OwnName("lob_packets"), packetColumns);
+    RunAll(connection, "INSERT INTO " + OwnName("lob_packets") + " VALUES(1, '', '')");
     qxdb::LobLocator locator =
-        LocatorOf(connection, "SELECT n, t, b FROM lob_packets WHERE n > 1", 2, "lob_packets");
+        LocatorOf(connection, "SELECT n, t, b FROM " + OwnName("lob_packets") + " WHERE n > 1", 2,
+                  OwnName("lob_packets"));
     Cells row{"1", "", ""};
     for (const char* const mode : {"", "NO_BACKSLASH_ESCAPES", "PIPES_AS_CONCAT,ANSI_QUOTES"}) {
         RunAll(connection, std::string("SET sql_mode = '") + mode + "'");
         const TestFile source("it's \\n \"\xC3\xA4\" %s", std::string(packet + 1, 'n'));
-        RunAll(connection, "UPDATE lob_packets SET b = ''");
+        RunAll(connection, "UPDATE " + OwnName("lob_packets") + " SET b = ''");
         locator.Import(source.name, connection, &row);
-        EXPECT_EQ(Rows(connection, "SELECT OCTET_LENGTH(b) FROM lob_packets"),
+        EXPECT_EQ(Rows(connection, "SELECT OCTET_LENGTH(b) FROM " + OwnName("lob_packets")),
                   Lines{std::to_string(packet + 1)});
         EXPECT_EQ(Rows(connection, "SELECT @@sql_mode"), Lines{mode});
     }
@@ -196,70 +198,77 @@ TEST(LobsLongerThanAPacket, FilesOfAnyName) {
 
 TEST(LobsLongerThanAPacket, AreRefusedWithoutLocalFiles) {
     qxdb::Connection connection = OpenWithPacket(packet);
-    TestTable table(connection, "lob_packets", packetColumns);
-    RunAll(connection, "INSERT INTO lob_packets VALUES(1, 'old', 'old')");
+    TestTable table(connection, OwnName("lob_packets"), packetColumns);
+    RunAll(connection, "INSERT INTO " + OwnName("lob_packets") + " VALUES(1, 'old', 'old')");
     const NoLocalFiles none;
     const TestFile fits("fits", std::string(packet, 'n'));
     const TestFile tooLong("long", std::string(packet + 1, 'n'));
     Cells row{"1", "", ""};
     for (const unsigned int column : {1u, 2u}) {
         qxdb::LobLocator locator =
-            LocatorOf(connection, "SELECT n, t, b FROM lob_packets WHERE n > 1", column, "lob_packets");
+            LocatorOf(connection, "SELECT n, t, b FROM " + OwnName("lob_packets") + " WHERE n > 1", column,
+                      OwnName("lob_packets"));
         const qxtest::Failure failure = FailureOf([&] { locator.Import(tooLong.name, connection, &row); });
         EXPECT_EQ(failure.text,
                   "\"" + tooLong.name +
                       "\" has 1048577 bytes, of which the server takes 1048576 at once "
                       "(max_allowed_packet), and LOAD DATA LOCAL is not allowed (local_infile)");
         EXPECT_EQ(failure.state, "54000");
-        EXPECT_EQ(Rows(connection, "SELECT COUNT(*) FROM lob_packets WHERE t = 'old' AND b = 'old'"),
+        EXPECT_EQ(Rows(connection,
+                       "SELECT COUNT(*) FROM " + OwnName("lob_packets") + " WHERE t = 'old' AND b = 'old'"),
                   Lines{"1"});
     }
-    LocatorOf(connection, "SELECT n, t, b FROM lob_packets WHERE n > 1", 1, "lob_packets")
+    LocatorOf(connection, "SELECT n, t, b FROM " + OwnName("lob_packets") + " WHERE n > 1", 1,
+              OwnName("lob_packets"))
         .Import(fits.name, connection, &row);
-    EXPECT_EQ(Rows(connection, "SELECT OCTET_LENGTH(t) FROM lob_packets"), Lines{std::to_string(packet)});
+    EXPECT_EQ(Rows(connection, "SELECT OCTET_LENGTH(t) FROM " + OwnName("lob_packets")),
+              Lines{std::to_string(packet)});
 }
 
 TEST(LobsLongerThanAPacket, AreRefusedWithoutTemporaryTables) {
     qxdb::Connection owner = OpenMariaDB();
-    TestTable table(owner, "lob_packets", packetColumns);
-    RunAll(owner, "INSERT INTO lob_packets VALUES(1, 'old', 'old')");
+    TestTable table(owner, OwnName("lob_packets"), packetColumns);
+    RunAll(owner, "INSERT INTO " + OwnName("lob_packets") + " VALUES(1, 'old', 'old')");
     RunAll(owner, "DROP USER IF EXISTS qx_lob_writer@localhost");
     RunAll(owner, "CREATE USER qx_lob_writer@localhost IDENTIFIED BY 'writing'");
-    RunAll(owner, "GRANT SELECT, UPDATE ON qx.lob_packets TO qx_lob_writer@localhost");
+    RunAll(owner, "GRANT SELECT, UPDATE ON qx." + OwnName("lob_packets") + " TO qx_lob_writer@localhost");
     {
         qxdb::Connection writer = OpenWithPacket(packet, "UID=qx_lob_writer;PWD=writing");
         const TestFile tooLong("long", std::string(packet + 1, 'n'));
         Cells row{"1", "", ""};
         qxdb::LobLocator locator =
-            LocatorOf(writer, "SELECT n, t, b FROM lob_packets WHERE n > 1", 1, "lob_packets");
+            LocatorOf(writer, "SELECT n, t, b FROM " + OwnName("lob_packets") + " WHERE n > 1", 1,
+                      OwnName("lob_packets"));
         EXPECT_EQ(FailureOf([&] { locator.Import(tooLong.name, writer, &row); }).text,
                   "\"" + tooLong.name +
                       "\" has 1048577 bytes, of which the server takes 1048576 at once (max_allowed_packet), "
                       "and a temporary table can't be made: Access denied for user "
                       "'qx_lob_writer'@'localhost' to database 'qx'");
     }
-    EXPECT_EQ(Rows(owner, "SELECT t FROM lob_packets"), Lines{"old"});
+    EXPECT_EQ(Rows(owner, "SELECT t FROM " + OwnName("lob_packets")), Lines{"old"});
     RunAll(owner, "DROP USER qx_lob_writer@localhost");
 }
 
 // Of a pipe nobody knows how long it is. The server refuses what is too long.
 TEST(LobsLongerThanAPacket, FromAPipe) {
     qxdb::Connection connection = OpenWithPacket(packet);
-    TestTable table(connection, "lob_packets", packetColumns);
-    RunAll(connection, "INSERT INTO lob_packets VALUES(1, 'old', 'old')");
+    TestTable table(connection, OwnName("lob_packets"), packetColumns);
+    RunAll(connection, "INSERT INTO " + OwnName("lob_packets") + " VALUES(1, 'old', 'old')");
     const TestFile pipe("pipe");
     ASSERT_EQ(mkfifo(pipe.name.c_str(), 0600), 0);
     std::signal(SIGPIPE, SIG_IGN);
     Cells row{"1", "", ""};
     for (const unsigned int column : {1u, 2u}) {
         qxdb::LobLocator locator =
-            LocatorOf(connection, "SELECT n, t, b FROM lob_packets WHERE n > 1", column, "lob_packets");
+            LocatorOf(connection, "SELECT n, t, b FROM " + OwnName("lob_packets") + " WHERE n > 1", column,
+                      OwnName("lob_packets"));
         std::future<void> writer = std::async(std::launch::async, [&] {
             std::ofstream(pipe.name, std::ios::binary) << std::string(packet + 1, 'n');
         });
         EXPECT_NE(FailureOf([&] { locator.Import(pipe.name, connection, &row); }).text, "");
         writer.get();
-        EXPECT_EQ(Rows(connection, "SELECT COUNT(*) FROM lob_packets WHERE t = 'old' AND b = 'old'"),
+        EXPECT_EQ(Rows(connection,
+                       "SELECT COUNT(*) FROM " + OwnName("lob_packets") + " WHERE t = 'old' AND b = 'old'"),
                   Lines{"1"});
     }
 }
@@ -268,15 +277,16 @@ TEST(LobsLongerThanAPacket, FromAPipe) {
 TEST(LobsLongerThanAPacket, FilesThatChangeMeanwhile) {
     using namespace qxdrivers::odbc;
     qxdb::Connection owner = OpenMariaDB();
-    TestTable table(owner, "lob_packets", packetColumns);
-    RunAll(owner, "INSERT INTO lob_packets VALUES(1, 'old', 'old')");
+    RunAll(owner, "DO GET_LOCK('qx_local_files', 60)");
+    TestTable table(owner, OwnName("lob_packets"), packetColumns);
+    RunAll(owner, "INSERT INTO " + OwnName("lob_packets") + " VALUES(1, 'old', 'old')");
     std::shared_ptr<Session> session;
     {
         const PacketLimit limit(packet);
         session = Session::Open(qxtest::MariaDB());
     }
     LobPlace place;
-    place.table = place.source = "lob_packets";
+    place.table = place.source = OwnName("lob_packets");
     place.column = "b";
     place.type.kind = ValueKind::BinaryLob;
     Condition condition;
@@ -291,25 +301,26 @@ TEST(LobsLongerThanAPacket, FilesThatChangeMeanwhile) {
         std::filesystem::remove(file.name);
         EXPECT_NE(FailureOf([&] { ImportLob(place, session, condition, source); }).text, "");
     }
-    EXPECT_EQ(Rows(owner, "SELECT t, b FROM lob_packets"), Lines{"old|6F6C64"});
+    EXPECT_EQ(Rows(owner, "SELECT t, b FROM " + OwnName("lob_packets")), Lines{"old|6F6C64"});
 }
 
 // Who may only read has no temporary tables; a variable of the session does.
 TEST(LobsLongerThanAPacket, ExportsOfAReader) {
     qxdb::Connection owner = OpenMariaDB();
-    TestTable table(owner, "lob_packets", packetColumns);
-    RunAll(owner,
-           "INSERT INTO lob_packets VALUES(1, REPEAT('\xC3\xA4x', 2000000), REPEAT('abc', 2000000)), "
-           "(2, NULL, '')");
+    TestTable table(owner, OwnName("lob_packets"), packetColumns);
+    RunAll(owner, "INSERT INTO " + OwnName("lob_packets") +
+                      " VALUES(1, REPEAT('\xC3\xA4x', 2000000), REPEAT('abc', 2000000)), "
+                      "(2, NULL, '')");
     RunAll(owner, "DROP USER IF EXISTS qx_lob_reader@localhost");
     RunAll(owner, "CREATE USER qx_lob_reader@localhost IDENTIFIED BY 'reading'");
-    RunAll(owner, "GRANT SELECT ON qx.lob_packets TO qx_lob_reader@localhost");
+    RunAll(owner, "GRANT SELECT ON qx." + OwnName("lob_packets") + " TO qx_lob_reader@localhost");
     {
         qxdb::Connection reader = OpenAs("UID=qx_lob_reader;PWD=reading");
         const TestFile target("target");
         for (const unsigned int column : {1u, 2u}) {
             qxdb::LobLocator locator =
-                LocatorOf(reader, "SELECT n, t, b FROM lob_packets WHERE n > 5", column, "lob_packets");
+                LocatorOf(reader, "SELECT n, t, b FROM " + OwnName("lob_packets") + " WHERE n > 5", column,
+                          OwnName("lob_packets"));
             Cells row{"1", "", ""};
             locator.Export(target.name, reader, &row);
             std::string expected;

@@ -67,10 +67,13 @@ inline qxdb::Connection OpenAs(const std::string& user) {
         .Connect();
 }
 
-// While it lives, new connections to MariaDB take packets of that many bytes.
+// While it lives, new connections to MariaDB take packets of that many bytes. One at a time, whatever other
+// tests run.
 class PacketLimit {
   public:
     explicit PacketLimit(std::size_t bytes) {
+        RunAll(owner, "DO GET_LOCK('qx_packet_limit', 60)");
+        before = Rows(owner, "SELECT @@GLOBAL.max_allowed_packet").at(0);
         RunAll(owner, "SET GLOBAL max_allowed_packet = " + std::to_string(bytes));
     }
     ~PacketLimit() { RunAll(owner, "SET GLOBAL max_allowed_packet = " + before); }
@@ -79,13 +82,15 @@ class PacketLimit {
 
   private:
     qxdb::Connection owner = OpenMariaDB();
-    const std::string before = Rows(owner, "SELECT @@GLOBAL.max_allowed_packet").at(0);
+    std::string before;
 };
 
 inline qxdb::Connection OpenWithPacket(std::size_t bytes, const std::string& user = "") {
     const PacketLimit limit(bytes);
     qxdb::Connection limited = user.empty() ? OpenMariaDB() : OpenAs(user);
     EXPECT_EQ(Rows(limited, "SELECT @@max_allowed_packet"), std::vector<std::string>{std::to_string(bytes)});
+    // Until it is closed no other test takes away the loading of files.
+    RunAll(limited, "DO GET_LOCK('qx_local_files', 60)");
     return limited;
 }
 

@@ -11,6 +11,7 @@ using qxtest::LocatorOf;
 using qxtest::OpenMariaDB;
 using qxtest::OpenPostgres;
 using qxtest::OpenWithPacket;
+using qxtest::OwnName;
 using qxtest::Rows;
 using qxtest::RunAll;
 using qxtest::TestFile;
@@ -52,12 +53,13 @@ class LobTexts : public testing::Test {
     }
     // The old value stays.
     void CheckRefused(const std::string& column, const std::string& text, const std::string& state) {
-        RunAll(connection, "UPDATE lob_texts SET " + column + " = 'before'");
+        RunAll(connection, "UPDATE " + OwnName("lob_texts") + " SET " + column + " = 'before'");
         for (const std::string& content : Long(text)) {
             SCOPED_TRACE(column + " " + std::to_string(content.size()));
             const Failure failure = Import(column, content);
             EXPECT_EQ(failure.state, state) << failure.text;
-            EXPECT_EQ(Rows(connection, "SELECT COUNT(*) FROM lob_texts WHERE " + column + " = 'before'"),
+            EXPECT_EQ(Rows(connection, "SELECT COUNT(*) FROM " + OwnName("lob_texts") + " WHERE " + column +
+                                           " = 'before'"),
                       Lines{"1"});
         }
     }
@@ -66,16 +68,17 @@ class LobTexts : public testing::Test {
 
   private:
     qxdb::LobLocator LocatorOfColumn(const std::string& column) {
-        return LocatorOf(connection, "SELECT n, " + column + " FROM lob_texts WHERE n > 1", 1, "lob_texts");
+        return LocatorOf(connection, "SELECT n, " + column + " FROM " + OwnName("lob_texts") + " WHERE n > 1",
+                         1, OwnName("lob_texts"));
     }
 };
 
 TEST_F(LobTexts, OfMariaDBInAnyCharacterSet) {
     connection = OpenWithPacket(1024 * 1024);
-    TestTable table(connection, "lob_texts",
+    TestTable table(connection, OwnName("lob_texts"),
                     "n INT PRIMARY KEY, l LONGTEXT CHARACTER SET latin1, u LONGTEXT CHARACTER SET utf8mb4, "
                     "s LONGTEXT CHARACTER SET utf8mb3, w LONGTEXT CHARACTER SET utf16");
-    RunAll(connection, "INSERT INTO lob_texts(n) VALUES(1)");
+    RunAll(connection, "INSERT INTO " + OwnName("lob_texts") + "(n) VALUES(1)");
     for (const char* const mode : {"STRICT_TRANS_TABLES", ""}) {
         SCOPED_TRACE(mode);
         RunAll(connection, std::string("SET sql_mode = '") + mode + "'");
@@ -97,8 +100,8 @@ TEST_F(LobTexts, OfMariaDBInAnyCharacterSet) {
 // The connection's own character set has no part in it.
 TEST_F(LobTexts, OfMariaDBOverAConnectionOfFewCharacters) {
     connection = OpenMariaDB("CHARSET=latin1");
-    TestTable table(connection, "lob_texts", "n INT PRIMARY KEY, u LONGTEXT CHARACTER SET utf8mb4");
-    RunAll(connection, "INSERT INTO lob_texts(n) VALUES(1)");
+    TestTable table(connection, OwnName("lob_texts"), "n INT PRIMARY KEY, u LONGTEXT CHARACTER SET utf8mb4");
+    RunAll(connection, "INSERT INTO " + OwnName("lob_texts") + "(n) VALUES(1)");
     CheckFits("u", euro + cyrillic + emoji);
     CheckRefused("u", "\xC3(", "HY000");
 }
@@ -106,8 +109,8 @@ TEST_F(LobTexts, OfMariaDBOverAConnectionOfFewCharacters) {
 // A column that is too short takes nothing, though the server's mode would have the value cut.
 TEST_F(LobTexts, OfMariaDBThatAreTooLong) {
     connection = OpenMariaDB();
-    TestTable table(connection, "lob_texts", "n INT PRIMARY KEY, t MEDIUMTEXT, b MEDIUMBLOB");
-    RunAll(connection, "INSERT INTO lob_texts(n) VALUES(1)");
+    TestTable table(connection, OwnName("lob_texts"), "n INT PRIMARY KEY, t MEDIUMTEXT, b MEDIUMBLOB");
+    RunAll(connection, "INSERT INTO " + OwnName("lob_texts") + "(n) VALUES(1)");
     RunAll(connection, "SET sql_mode = ''");
     constexpr std::size_t longest = 16777215;
     for (const char* const column : {"t", "b"}) {
@@ -121,8 +124,8 @@ TEST_F(LobTexts, OfMariaDBThatAreTooLong) {
 // What a transfer leaves on the server is no warning of the statement behind it.
 TEST_F(LobTexts, OfMariaDBWithoutWarnings) {
     connection = OpenWithPacket(1024 * 1024);
-    TestTable table(connection, "lob_texts", "n INT PRIMARY KEY, l LONGTEXT CHARACTER SET latin1");
-    RunAll(connection, "INSERT INTO lob_texts(n) VALUES(1)");
+    TestTable table(connection, OwnName("lob_texts"), "n INT PRIMARY KEY, l LONGTEXT CHARACTER SET latin1");
+    RunAll(connection, "INSERT INTO " + OwnName("lob_texts") + "(n) VALUES(1)");
     qxtest::Messages messages;
     connection.SetCallback(&messages);
     for (const std::string& content : Long(cyrillic)) {
@@ -139,8 +142,8 @@ TEST_F(LobTexts, OfMariaDBWithoutWarnings) {
 
 TEST_F(LobTexts, OfPostgres) {
     connection = OpenPostgres("", "unlimited=lob");
-    TestTable table(connection, "lob_texts", "n integer PRIMARY KEY, u text, v varchar(2000000)");
-    RunAll(connection, "INSERT INTO lob_texts(n) VALUES(1)");
+    TestTable table(connection, OwnName("lob_texts"), "n integer PRIMARY KEY, u text, v varchar(2000000)");
+    RunAll(connection, "INSERT INTO " + OwnName("lob_texts") + "(n) VALUES(1)");
     CheckFits("u", euro + cyrillic + emoji + "\r\n\\'");
     for (const std::string& broken : {std::string(1, '\0'), std::string("\xC3("), std::string("\xFF"),
                                       std::string("\xE2\x82"), std::string("\xED\xA0\x80")}) {
@@ -157,8 +160,8 @@ TEST_F(LobTexts, OfPostgresInLatin1) {
     RunAll(owner, "CREATE DATABASE qx_latin1 ENCODING 'LATIN1' LOCALE 'C' TEMPLATE template0");
     connection = OpenPostgres("Database=qx_latin1", "unlimited=lob");
     {
-        TestTable table(connection, "lob_texts", "n integer PRIMARY KEY, u text");
-        RunAll(connection, "INSERT INTO lob_texts(n) VALUES(1)");
+        TestTable table(connection, OwnName("lob_texts"), "n integer PRIMARY KEY, u text");
+        RunAll(connection, "INSERT INTO " + OwnName("lob_texts") + "(n) VALUES(1)");
         CheckFits("u", "\xC3\xA4 \xC3\xBF");
         CheckRefused("u", cyrillic, "22P05");
         CheckRefused("u", "\xC3(", "22021");

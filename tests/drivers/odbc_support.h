@@ -1,6 +1,8 @@
 // What the tests of the ODBC driver share.
 #pragma once
 
+#include <unistd.h>
+
 #include <string>
 #include <vector>
 
@@ -30,6 +32,11 @@ inline constexpr bool memoryCounts = false;
 #else
 inline constexpr bool memoryCounts = true;
 #endif
+
+// A name that no test has that runs at the same time, in a process of its own.
+inline std::string OwnName(const std::string& name) {
+    return name + "_" + std::to_string(getpid());
+}
 
 // A table of the test's own: dropped at the beginning and at the end.
 class TestTable {

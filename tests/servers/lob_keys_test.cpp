@@ -8,6 +8,7 @@ namespace {
 
 using namespace qxdbsqlengine;
 using qxtest::LobRun;
+using qxtest::OwnName;
 using qxtest::Rows;
 using qxtest::RunAll;
 using qxtest::TestTable;
@@ -31,16 +32,16 @@ const std::vector<const char*> anyTexts = {
 
 void CheckKey(LobRun& run, bool mariadb, const KeyCase& key) {
     TestTable table(
-        run.watcher, "lob_keyed",
+        run.watcher, OwnName("lob_keyed"),
         std::string("k ") + key.declared + " PRIMARY KEY, n INT, t " + (mariadb ? "LONGTEXT" : "text"));
     const auto insert = [&](std::size_t i) {
-        RunAll(run.watcher, "INSERT INTO lob_keyed VALUES(" + std::string(key.values[i]) + ", " +
-                                std::to_string(i) + ", 'value " + std::to_string(i) + "')");
+        RunAll(run.watcher, "INSERT INTO " + OwnName("lob_keyed") + " VALUES(" + std::string(key.values[i]) +
+                                ", " + std::to_string(i) + ", 'value " + std::to_string(i) + "')");
     };
     for (std::size_t i = 0; i < key.values.size(); ++i) {
         insert(i);
     }
-    run.Read("SELECT n, k, t FROM lob_keyed ORDER BY n");
+    run.Read("SELECT n, k, t FROM " + OwnName("lob_keyed") + " ORDER BY n");
     const std::string file = run.folder.File("file");
     for (std::size_t i = 0; i < key.values.size(); ++i) {
         SCOPED_TRACE(key.values[i]);
@@ -50,13 +51,14 @@ void CheckKey(LobRun& run, bool mariadb, const KeyCase& key) {
         EXPECT_EQ(qxtest::FileContent(file), "value " + std::to_string(i));
         qxtest::PutFile(file, "new");
         lob.GetLobLocator().Import(file, run.watcher, &lob.GetValueList());
-        EXPECT_EQ(Rows(run.watcher, "SELECT n FROM lob_keyed WHERE t = 'new'"), Lines{std::to_string(i)});
+        EXPECT_EQ(Rows(run.watcher, "SELECT n FROM " + OwnName("lob_keyed") + " WHERE t = 'new'"),
+                  Lines{std::to_string(i)});
         // None of the others is taken for it.
-        RunAll(run.watcher, "DELETE FROM lob_keyed WHERE n = " + std::to_string(i));
+        RunAll(run.watcher, "DELETE FROM " + OwnName("lob_keyed") + " WHERE n = " + std::to_string(i));
         EXPECT_EQ(qxtest::FailureOf([&] {
                       lob.GetLobLocator().Export(file, run.watcher, &lob.GetValueList());
                   }).text,
-                  "The row of the large object is not in lob_keyed any more");
+                  "The row of the large object is not in " + OwnName("lob_keyed") + " any more");
         insert(i);
     }
 }
