@@ -12,14 +12,15 @@ namespace {
 
 class QxsqlServersExport : public QxsqlServers {
   protected:
-    void MakeTable(const NamedServer& server) {
+    // `table`: of this test alone, for others run at the same time on the same servers.
+    void MakeTable(const NamedServer& server, const std::string& table) {
         const bool isMariaDB = server.words == OnMariaDB;
-        Run(server.words({"--quiet", "-f",
-                          Script(std::string("DROP TABLE IF EXISTS qxsql_docs;\n"
-                                             "CREATE TABLE qxsql_docs (id INT PRIMARY KEY, t ") +
-                                 (isMariaDB ? "LONGTEXT, b LONGBLOB" : "TEXT, b BYTEA") +
-                                 ");\nINSERT INTO qxsql_docs VALUES (1, 'first', " +
-                                 (isMariaDB ? "x'00FF01'" : "'\\x00FF01'") + "), (2, 'second', NULL);\n")}));
+        Run(server.words(
+            {"--quiet", "-f",
+             Script("DROP TABLE IF EXISTS " + table + ";\nCREATE TABLE " + table +
+                    " (id INT PRIMARY KEY, t " + (isMariaDB ? "LONGTEXT, b LONGBLOB" : "TEXT, b BYTEA") +
+                    ");\nINSERT INTO " + table + " VALUES (1, 'first', " +
+                    (isMariaDB ? "x'00FF01'" : "'\\x00FF01'") + "), (2, 'second', NULL);\n")}));
     }
     std::string File(const std::string& name) const { return directory.File(name); }
 };
@@ -30,7 +31,7 @@ TEST_F(QxsqlServersExport, ToFilesAndBack) {
         bytes += static_cast<char>(i * 31 + i / 256);
     WriteFile(File("in.bin"), bytes);
     for (const NamedServer& server : allServers) {
-        MakeTable(server);
+        MakeTable(server, "qxsql_docs");
         const std::string all = "SELECT * FROM qxsql_docs ORDER BY id";
         const ToolResult out =
             Qxsql(server.words({all, "--lob-export", "0:b", File("b"), "--lob-export", "0:t", File("t")}));
@@ -52,11 +53,11 @@ TEST_F(QxsqlServersExport, ToFilesAndBack) {
 
 TEST_F(QxsqlServersExport, PreviewsAndRefusals) {
     for (const NamedServer& server : allServers) {
-        MakeTable(server);
+        MakeTable(server, "qxsql_previews");
         EXPECT_EQ("id\tt\tb\r\n1\tfi\t00FF\r\n2\tse\t\r\n",
-                  Run(server.words({"SELECT * FROM qxsql_docs ORDER BY id", "--lob-preview", "2"})))
+                  Run(server.words({"SELECT * FROM qxsql_previews ORDER BY id", "--lob-preview", "2"})))
             << server.name;
-        const std::string all = "SELECT id, b FROM qxsql_docs ORDER BY id";
+        const std::string all = "SELECT id, b FROM qxsql_previews ORDER BY id";
         EXPECT_EQ(2, Qxsql(server.words({all, "--lob-export", "1:b", File("never")})).exitCode)
             << server.name;
         EXPECT_EQ(2, Qxsql(server.words({all, "--lob-export", "0:id", File("never")})).exitCode)
@@ -65,8 +66,9 @@ TEST_F(QxsqlServersExport, PreviewsAndRefusals) {
         EXPECT_EQ(4, Qxsql(server.words({all, "--lob-import", "0:b", File("missing")})).exitCode)
             << server.name;
         EXPECT_EQ(
-            1, Qxsql(server.words({"SELECT b FROM qxsql_docs ORDER BY id", "--lob-import", "0:b", SHOP_SQL}))
-                   .exitCode)
+            1,
+            Qxsql(server.words({"SELECT b FROM qxsql_previews ORDER BY id", "--lob-import", "0:b", SHOP_SQL}))
+                .exitCode)
             << server.name;
     }
 }
