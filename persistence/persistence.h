@@ -51,7 +51,8 @@ class QXSENG2_API IQXPersistenceProgressCallback {
     virtual ~IQXPersistenceProgressCallback() = default;
 
     // The part of the work that is done, from 0 to 1: after each row written or read. Called once a row, so
-    // it should be cheap.
+    // it should be cheap. Rows may be written a few ahead of it; when it cancels or throws, those are taken
+    // back.
     virtual void OnProgress(float done) = 0;
 
     // The number of rows that the operation is going to handle. Called by no format of this library; open to
