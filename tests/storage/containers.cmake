@@ -17,4 +17,5 @@ qx_add_test(storage_containers_test
     ${CMAKE_CURRENT_SOURCE_DIR}/sort_key_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/store_threads_test.cpp
     ${CMAKE_CURRENT_SOURCE_DIR}/views_test.cpp
-  LIBS qx_storage)
+  LIBS qx_storage
+  TIMEOUT 300)
