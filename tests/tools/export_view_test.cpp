@@ -114,6 +114,35 @@ TEST_F(ExportViewTest, FollowsTheViewThatItWasMadeFrom) {
     EXPECT_EQ(13, view.GetInt(0, 0, 0));
 }
 
+TEST_F(ExportViewTest, BytesAsLiteralsOfServers) {
+    ColumnDefinition bytes;
+    bytes.dataType = DataTypeBinary;
+    const int set = store.AddResultSet({bytes}, ResultSetNormal);
+    qxdb::DynBuffer raw;
+    ASSERT_TRUE(qxdb::BufferBase::ParseHex("00FF", raw));
+    store.InsertBinary(set, 0, raw);
+    store.InsertBinary(set, 0, qxdb::DynBuffer());
+    store.InsertNull(set, 0);
+    const struct {
+        ValueForm form;
+        const char* value;
+        const char* none;
+    } cases[] = {{ValueForm::AsItIs, "0=00FF;", "0=;"},
+                 {ValueForm::HexLiteral, "0=X'00FF';", "0=X'';"},
+                 {ValueForm::ByteaLiteral, "0='\\x00FF';", "0='\\x';"},
+                 {ValueForm::ZeroXLiteral, "0=0x00FF;", "0='';"}};
+    for (const auto& one : cases) {
+        ExportChoice choice;
+        choice.resultSets = {set};
+        choice.form = [&one](DataStorage&, int, int) { return one.form; };
+        DataStorage view = ExportView::Of(store, choice);
+        EXPECT_EQ(one.value, Row(view, 0, 0, {0}));
+        EXPECT_EQ(one.none, Row(view, 0, 1, {0}));
+        EXPECT_EQ("0-[NULL];", Row(view, 0, 2, {0}));
+        EXPECT_EQ(one.form == ValueForm::AsItIs ? DataTypeBinary : DataTypeInt, view.GetDataType(0, 0));
+    }
+}
+
 TEST_F(ExportViewTest, ValuesInTheirForms) {
     ExportChoice choice;
     choice.resultSets = {1};

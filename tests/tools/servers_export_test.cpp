@@ -78,30 +78,39 @@ TEST_F(QxsqlServersExport, InsertScriptsRunBackGiveEqualTables) {
         NamedServer server;
         const char* types;
         const char* backslash;
+        const char* bytes;
         Words run;
-    } cases[] = {
-        {allServers[0],
-         "(id INT PRIMARY KEY, `a b` LONGTEXT, at DATETIME(3), p DECIMAL(9,3))",
-         "\\\\",
-         {"--separator", "go"}},
-        {allServers[1], "(id INT PRIMARY KEY, \"a b\" TEXT, at TIMESTAMP(3), p DECIMAL(9,3))", "\\", {}}};
+    } cases[] = {{allServers[0],
+                  "(id INT PRIMARY KEY, `a b` LONGTEXT, at DATETIME(3), p DECIMAL(9,3), doc LONGBLOB, raw "
+                  "VARBINARY(9))",
+                  "\\\\",
+                  "x'00FF5C27'",
+                  {"--separator", "go"}},
+                 {allServers[1],
+                  "(id INT PRIMARY KEY, \"a b\" TEXT, at TIMESTAMP(3), p DECIMAL(9,3), doc BYTEA, raw BYTEA)",
+                  "\\",
+                  "'\\x00FF5C27'",
+                  {}}};
     for (const auto& one : cases) {
         const std::string slash = one.backslash;
         Run(one.server.words(
             {"--quiet", "-f",
              Script(
                  std::string("DROP TABLE IF EXISTS qxsql_rows;\nCREATE TABLE qxsql_rows ") + one.types +
-                 ";\nINSERT INTO qxsql_rows VALUES (1, 'it''s ü \"x\" ;', '2024-12-31 23:59:58.123', 1.5);\n"
+                 ";\nINSERT INTO qxsql_rows VALUES (1, 'it''s ü \"x\" ;', '2024-12-31 23:59:58.123', 1.5, " +
+                 one.bytes + ", " + one.bytes +
+                 ");\n"
                  "INSERT INTO qxsql_rows VALUES (2, 'a" +
                  slash +
-                 "', NULL, -0.001);\n"
+                 "', NULL, -0.001, '', '');\n"
                  "INSERT INTO qxsql_rows VALUES (3, '" +
                  slash + slash + "''" + slash +
-                 "n', '1970-01-01', NULL);\n"
-                 "INSERT INTO qxsql_rows VALUES (4, 'x\n;\ngo\n-- y', NULL, 0);\n")}));
+                 "n', '1970-01-01', NULL, NULL, NULL);\n"
+                 "INSERT INTO qxsql_rows VALUES (4, 'x\n;\ngo\n-- y', NULL, 0, NULL, NULL);\n")}));
         const std::string all = "SELECT * FROM qxsql_rows";
         const std::string before = Run(one.server.words({all, "--sort", "id", "--no-quoting"}));
         EXPECT_NE(std::string::npos, before.find("3\t\\\\'\\n\t")) << one.server.name << before;
+        EXPECT_NE(std::string::npos, before.find("\t00FF5C27\t00FF5C27\r\n")) << one.server.name << before;
         Run(one.server.words({all, "-o", File("rows.sql")}));
         Run(one.server.words({"--quiet", "DELETE FROM qxsql_rows"}));
         Words run = one.server.words({"-f", File("rows.sql"), "--quiet"});

@@ -13,6 +13,11 @@ namespace {
     throw std::logic_error("An export does not change what it writes");
 }
 
+bool IsLiteral(ValueForm form) {
+    return form == ValueForm::HexLiteral || form == ValueForm::ByteaLiteral ||
+           form == ValueForm::ZeroXLiteral;
+}
+
 void AppendDivided(std::string_view text, std::string& to) {
     for (;;) {
         const std::string_view::size_type end = text.find("]]>");
@@ -59,6 +64,10 @@ class ExportView::Former final : public CellSink {
         text.clear();
         if (form == ValueForm::HexLiteral)
             text.append("X'").append(value).append("'");
+        else if (form == ValueForm::ByteaLiteral)
+            text.append("'\\x").append(value).append("'");
+        else if (form == ValueForm::ZeroXLiteral)
+            text.append(value.empty() ? "''" : "0x").append(value);
         else if (form == ValueForm::BackslashEscape)
             AppendEscaped(value, text);
         else
@@ -144,9 +153,8 @@ ResultSetType ExportView::GetResultSetType(int rs) {
 EnumDataType ExportView::GetDataType(int rs, int col) {
     const Chosen& set = Set(rs);
     const int column = Column(rs, col);
-    return set.forms[static_cast<std::size_t>(col)] == ValueForm::HexLiteral
-               ? DataTypeInt
-               : source.GetDataType(set.number, column);
+    return IsLiteral(set.forms[static_cast<std::size_t>(col)]) ? DataTypeInt
+                                                               : source.GetDataType(set.number, column);
 }
 
 int ExportView::GetPrecision(int rs, int col) {

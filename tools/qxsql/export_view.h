@@ -15,6 +15,8 @@ namespace qxsql {
 enum class ValueForm {
     AsItIs,
     HexLiteral,       // bytes as X'00FF'
+    ByteaLiteral,     // bytes as '\x00FF'
+    ZeroXLiteral,     // bytes as 0x00FF, none as ''
     BackslashEscape,  // each \ doubled
     XmlText,          // ? for control characters, which XML has no place for
     CdataText,        // the same, and what would end a CDATA section is divided over two

@@ -90,15 +90,20 @@ bool HasOwnDialect(qxdb::DBTYPE server) {
     }
 }
 
+// Whether the word is a part of the name that the server has for the column's type.
+bool NativeTypeIs(DataStorage& store, int resultSet, int column, const char* word) {
+    std::string name = store.GetNativeDataTypeName(resultSet, column);
+    qxutils::StringUtils::StringUpper(name);
+    return name.find(word) != std::string::npos;
+}
+
 bool HoldsBytes(DataStorage& store, int resultSet, int column) {
     if (store.GetDataType(resultSet, column) == qxdbsqlengine::DataTypeBinary)
         return true;
     if (store.GetDataType(resultSet, column) != qxdbsqlengine::DataTypeLob)
         return false;
-    std::string name = store.GetNativeDataTypeName(resultSet, column);
-    qxutils::StringUtils::StringUpper(name);
     for (const char* const word : {"BLOB", "BINARY", "BYTEA", "IMAGE"}) {
-        if (name.find(word) != std::string::npos)
+        if (NativeTypeIs(store, resultSet, column, word))
             return true;
     }
     return false;
@@ -116,7 +121,12 @@ void SuitInsert(qxdb::DBTYPE dialect, qxdb::DBTYPE server, ExportChoice& choice)
     choice.hideNativeTypes = dialect != server || !HasOwnDialect(dialect);
     choice.form = [dialect](DataStorage& store, int resultSet, int column) {
         if (!HasOwnDialect(dialect) && HoldsBytes(store, resultSet, column))
-            return ValueForm::HexLiteral;
+            // PostgreSQL takes X'00FF' for bits.
+            return NativeTypeIs(store, resultSet, column, "BYTEA") ? ValueForm::ByteaLiteral
+                                                                   : ValueForm::HexLiteral;
+        // A lone 0x is a name there, and large objects would be texts of digits.
+        if (dialect == qxdb::DBTYPE_MYSQL && HoldsBytes(store, resultSet, column))
+            return ValueForm::ZeroXLiteral;
         if (dialect == qxdb::DBTYPE_MYSQL && !IsTyped(store, resultSet, column))
             return ValueForm::BackslashEscape;
         return ValueForm::AsItIs;
