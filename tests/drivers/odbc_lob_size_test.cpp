@@ -7,11 +7,13 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
+#include <fstream>
 #include <future>
 #include <iostream>
 
 #include "drivers/odbc/lob_import.h"
 #include "drivers/odbc_lob_support.h"
+#include "support/process_status.h"
 
 namespace {
 
@@ -45,18 +47,8 @@ class PeakMemory {
     double GrowthMiB() const { return memoryCounts ? static_cast<double>(Peak() - start) / 1024 : 0; }
 
   private:
-    static long Peak() {
-        std::ifstream file("/proc/self/status");
-        std::string word;
-        long value = 0;
-        while (file >> word) {
-            if (word == "VmHWM:") {
-                file >> value;
-                break;
-            }
-        }
-        return value;
-    }
+    static long Peak() { return qxtest::ProcessStatus("VmHWM:"); }
+
     long start = 0;
 };
 

@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 #include <numeric>
 
 #include "drivers/odbc_support.h"
+#include "support/process_status.h"
 
 namespace {
 
@@ -23,19 +23,7 @@ using Results = std::vector<Lines>;
 
 // Memory of the process in use, in KiB.
 long ResidentKiB() {
-    if (!qxtest::memoryCounts) {
-        return 0;
-    }
-    std::ifstream file("/proc/self/status");
-    std::string word;
-    while (file >> word) {
-        if (word == "VmRSS:") {
-            long value = 0;
-            file >> value;
-            return value;
-        }
-    }
-    return 0;
+    return qxtest::memoryCounts ? qxtest::ProcessStatus("VmRSS:") : 0;
 }
 
 struct Totals {

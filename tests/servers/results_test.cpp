@@ -3,6 +3,7 @@
 #include <fstream>
 
 #include "servers/server_run.h"
+#include "support/process_status.h"
 
 namespace qxtest {
 namespace {
@@ -11,19 +12,7 @@ using Lines = std::vector<std::string>;
 using Clock = std::chrono::steady_clock;
 
 long PeakMiB() {
-    if (!memoryCounts) {
-        return 0;
-    }
-    std::ifstream file("/proc/self/status");
-    std::string word;
-    long value = 0;
-    while (file >> word) {
-        if (word == "VmHWM:") {
-            file >> value;
-            break;
-        }
-    }
-    return value / 1024;
+    return memoryCounts ? ProcessStatus("VmHWM:") / 1024 : 0;
 }
 
 std::string Numbers(bool mariadb, int count) {
