@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstring>
 #include <iterator>
 
 namespace qxsql {
@@ -27,7 +26,7 @@ bool IsNameStart(unsigned char c) {
 }
 
 bool IsNamePart(unsigned char c) {
-    return IsNameStart(c) || std::isdigit(c) != 0 || std::strchr("$#@", c) != nullptr;
+    return IsNameStart(c) || std::isdigit(c) != 0 || c == '$' || c == '#' || c == '@';
 }
 
 std::string Trimmed(const std::string& text) {
