@@ -174,6 +174,7 @@ TEST(SqlNames, OneTableAndNothingElse) {
     };
     for (const auto& one : cases)
         EXPECT_EQ(one.name, TableNameOf(one.text)) << one.text;
+    EXPECT_EQ("", TableNameOf(std::string("a\0b", 3)));
 }
 
 TEST(SqlNames, ColumnsInQuotesByNeed) {
